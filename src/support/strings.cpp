@@ -1,0 +1,67 @@
+#include "support/strings.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "support/errors.h"
+
+namespace orvelle {
+
+int str_cmp(const char* a, const char* b) {
+  while (*a != '\0' && *a == *b) ++a, ++b;
+  return static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
+}
+
+int str_len(const char* s) { return static_cast<int>(std::strlen(s)); }
+
+char* str_dup(const char* s) {
+  const size_t size = std::strlen(s) + 1;
+  char* copy = static_cast<char*>(std::malloc(size));
+  if (copy == nullptr) space_error();
+  return static_cast<char*>(std::memcpy(copy, s, size));
+}
+
+namespace {
+
+// One comparison settles most bytes: all that skip or end a field are blanks or control bytes.
+bool is_separator(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+template <class Ends>
+char* next_field(char** cursor, Ends ends) {
+  char* start = *cursor;
+  while (is_separator(*start)) ++start;
+  char* end = start;
+  while (static_cast<unsigned char>(*end) > ' ' || (*end != '\0' && !ends(*end))) ++end;
+  *cursor = *end != '\0' ? end + 1 : end;
+  *end = '\0';
+  return start;
+}
+
+}  // namespace
+
+char* next_string(char** cursor) {
+  return next_field(cursor, [](char c) { return is_separator(c) || c == '\n'; });
+}
+
+char* next_string2(char** cursor) {
+  return next_field(cursor, [](char c) { return c == '\t' || c == '\n'; });
+}
+
+const char* StringArena::add(std::string_view text) {
+  const size_t size = text.size() + 1;
+  if (size > room_) {
+    const size_t block_size = std::max(Block_Size, size);
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(block_size));
+    next_ = blocks_.back().get();
+    room_ = block_size;
+  }
+  char* copy = next_;
+  std::memcpy(copy, text.data(), text.size());
+  copy[text.size()] = '\0';
+  next_ += size;
+  room_ -= size;
+  return copy;
+}
+
+}  // namespace orvelle

@@ -1,0 +1,46 @@
+// Byte strings: comparison, copies, and the two tokenisers that split a line into fields in place. No function here
+// knows of an encoding; bytes 0x80 to 0xFF are ordinary bytes.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string_view>
+#include <vector>
+
+namespace orvelle {
+
+// Longest piece of a text line that is handled as one line, and longest string that a parameter file stores; in
+// bytes, without the terminating NUL.
+inline constexpr int Max_Line_Length = 9999;
+
+// Compares byte by byte as unsigned values, the NUL included: the difference of the first two bytes that differ, 0
+// for equal strings. This is the order of the tagset, the lemma table and the lexicon.
+int str_cmp(const char* a, const char* b);
+
+// Number of bytes before the NUL.
+int str_len(const char* s);
+
+// A copy of `s` made with malloc, exactly str_len(s) + 1 bytes. The caller frees it with free.
+char* str_dup(const char* s);
+
+// Both tokenisers skip leading blanks, TABs and CRs, end the field at a byte of their own set by overwriting it with
+// NUL, and leave `*cursor` behind that byte, or on the NUL that ends the line. They return the start of the field;
+// "" means that the line has no more fields. Requires: `*cursor` points into a NUL-terminated line that the caller
+// owns. Valid until: the caller reuses the line.
+char* next_string(char** cursor);   // a field ends at a blank, TAB, LF or CR
+char* next_string2(char** cursor);  // a field ends at a TAB or LF, so it may hold blanks and CRs
+
+// Owner of many short strings that live as long as it does.
+class StringArena {
+ public:
+  // A NUL-terminated copy of `text`. Valid until: the arena is destroyed.
+  const char* add(std::string_view text);
+
+ private:
+  static constexpr size_t Block_Size = 1 << 18;  // bytes
+  std::vector<std::unique_ptr<char[]>> blocks_;
+  char* next_ = nullptr;
+  size_t room_ = 0;  // bytes left at next_
+};
+
+}  // namespace orvelle
