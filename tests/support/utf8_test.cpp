@@ -1,0 +1,103 @@
+#include "support/utf8.h"
+
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <random>
+#include <string>
+
+#include "test_support.h"
+
+namespace orvelle {
+namespace {
+
+constexpr const char* Empty = "Warning: empty input string in function utf8_get_char!\n";
+constexpr const char* Stray = "Warning: invalid UTF8 character encountered (2)!\n";
+constexpr const char* Broken = "Warning: invalid UTF8 character encountered!\n";
+constexpr const char* Cut = "Warning: incomplete utf8 character in function utf8_get_char!\n";
+
+constexpr size_t Untouched = 99;
+
+TEST(Utf8, DecodesTheFirstCharacter) {
+  const struct {
+    const char* bytes;
+    uint32_t code_point;
+    size_t length;
+    const char* warning;
+  } cases[] = {
+      {"A\xC3", 'A', 1, ""},
+      {"\xC3\xA9", 0xE9, 2, ""},
+      {"\xE2\x82\xAC", 0x20AC, 3, ""},
+      {"\xF0\x9F\x98\x80", 0x1F600, 4, ""},
+      {"\xC0\x80", 0, 2, ""},                 // overlong
+      {"\xED\xA0\x80", 0xD800, 3, ""},        // surrogate
+      {"\xF8\x80\x80\x80", 0, 4, ""},         // no lead of its own
+      {"\xFF\xBF\xBF\xBF", 0x1FFFFF, 4, ""},  // largest value
+      {"", 0, Untouched, Empty},
+      {"\xA9", '?', 1, Stray},
+      {"\xC3", '?', 1, Cut},
+      {"\xF0\x9F\x98", '?', 1, Cut},
+      {"\xC3"
+       "A",
+       '?', 1, Broken},
+      {"\xE2\x82\xC2", '?', 1, Broken},
+  };
+  for (const auto& row : cases) {
+    SCOPED_TRACE(testing::PrintToString(row.bytes));
+    size_t length = Untouched;
+    uint32_t code_point = 0;
+    EXPECT_EQ(stderr_of([&] { code_point = utf8_get_char(row.bytes, &length); }), row.warning);
+    EXPECT_EQ(code_point, row.code_point);
+    EXPECT_EQ(length, row.length);
+    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(utf8_get_char(row.bytes), row.code_point); }), row.warning);
+  }
+}
+
+// Every code point that has a form: the shortest one, told by the number of payload bits, and back again.
+TEST(Utf8, EveryCodePointSurvives) {
+  for (uint32_t u = 1; u < Code_Point_End; ++u) {
+    char buffer[6] = "zzzzz";
+    const int bits = std::bit_width(u);
+    const int size = unichar_to_utf8(u, buffer);
+    size_t length = 0;
+    ASSERT_EQ(size, bits <= 7 ? 1 : (bits + 3) / 5) << u;
+    ASSERT_EQ(buffer[size], '\0') << u;
+    ASSERT_EQ(utf8_get_char(buffer, &length), u);
+    ASSERT_EQ(length, static_cast<size_t>(size)) << u;
+  }
+  for (uint32_t u : {Code_Point_End, UINT32_MAX}) {
+    char buffer[5] = "zzzz";
+    EXPECT_EQ(unichar_to_utf8(u, buffer), 0);
+    EXPECT_STREQ(buffer, "");
+  }
+}
+
+// The decoder written the other way round: a pattern of the bits of the next four bytes.
+std::pair<uint32_t, size_t> slow_decode(const std::string& s) {
+  const auto bits = [&](size_t i) { return i < s.size() ? static_cast<unsigned char>(s[i]) : 0u; };
+  const size_t size = bits(0) < 0x80 ? 1 : bits(0) < 0xC0 ? 0 : bits(0) < 0xE0 ? 2 : bits(0) < 0xF0 ? 3 : 4;
+  if (size == 1) return {bits(0), 1};
+  const uint32_t word = bits(0) << 24 | bits(1) << 16 | bits(2) << 8 | bits(3);
+  const uint32_t marks = 0x00C0C0C0u & ~(0xFFFFFFFFull >> (8 * size));
+  if (size == 0 || (word & marks) != (0x00808080u & marks)) return {'?', 1};
+  const uint32_t all = (word >> 24 & 7) << 18 | (word >> 16 & 63) << 12 | (word >> 8 & 63) << 6 | (word & 63);
+  if (size == 2) return {(word >> 24 & 31) << 6 | (word >> 16 & 63), 2};
+  if (size == 3) return {(word >> 24 & 15) << 12 | (word >> 16 & 63) << 6 | (word >> 8 & 63), 3};
+  return {all, 4};
+}
+
+TEST(Utf8, AgreesWithTheSlowDecoderOnRandomBytes) {
+  std::mt19937 random(20);
+  stderr_of([&] {  // thousands of warnings
+    for (int round = 0; round < 50000; ++round) {
+      std::string s(1 + random() % 5, '\0');
+      for (char& c : s) c = static_cast<char>(random() % 2 ? 0x80 + random() % 0x80 : 1 + random() % 255);
+      size_t length = 0;
+      const uint32_t code_point = utf8_get_char(s.c_str(), &length);
+      ASSERT_EQ(std::make_pair(code_point, length), slow_decode(s)) << testing::PrintToString(s);
+    }
+  });
+}
+
+}  // namespace
+}  // namespace orvelle

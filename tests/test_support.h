@@ -1,0 +1,93 @@
+// What the tests share: files that come from bytes and go away again, and checks of the fatal exits.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace orvelle {
+
+// The statement ends the process with status 1 and writes exactly `text` to standard error. The statement
+// runs in a child process, so nothing of it is seen afterwards.
+#define EXPECT_FATAL(statement, text) \
+  EXPECT_EXIT(statement, testing::ExitedWithCode(1), testing::Eq(std::string(text)))
+
+// The same, where the text is that of error(message).
+#define EXPECT_ERROR(statement, message) \
+  EXPECT_FATAL(statement, "\nERROR: " + std::string(message) + "\naborted.\n")
+
+// Bytes from a string literal, NULs inside it included, without the one that ends it.
+template <size_t N>
+std::string bytes(const char (&literal)[N]) {
+  return std::string(literal, N - 1);
+}
+
+inline std::string read_file(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_TRUE(file.good()) << path;
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// A directory of its own for one test; removed with everything in it.
+class TempDir {
+ public:
+  TempDir() {
+    std::string name = testing::TempDir() + "orvelle_XXXXXX";
+    if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary directory");
+    path_ = name;
+  }
+  ~TempDir() { std::filesystem::remove_all(path_); }
+  TempDir(const TempDir&) = delete;
+  TempDir& operator=(const TempDir&) = delete;
+
+  std::string path(const std::string& name = "") const { return path_ + "/" + name; }
+
+  // Writes a file of this directory and returns its path.
+  std::string write(const std::string& name, std::string_view content) const {
+    std::ofstream(path(name), std::ios::binary) << content;
+    return path(name);
+  }
+
+ private:
+  std::string path_;
+};
+
+// An open stream, at its start, over the bytes given; closed when it goes out of scope. Passes as a FILE*.
+class ByteStream {
+ public:
+  explicit ByteStream(std::string_view content = "") : file_(std::tmpfile(), std::fclose) {
+    if (!file_) throw std::runtime_error("no temporary file");
+    std::fwrite(content.data(), 1, content.size(), file_.get());
+    std::rewind(file_.get());
+  }
+  operator FILE*() const { return file_.get(); }
+
+  // All bytes of the stream, from its start.
+  std::string content() const {
+    std::rewind(file_.get());
+    std::string text;
+    for (int c; (c = std::getc(file_.get())) != EOF;) text += static_cast<char>(c);
+    return text;
+  }
+
+ private:
+  std::unique_ptr<FILE, int (*)(FILE*)> file_;
+};
+
+// What `action` writes to standard error.
+template <class Action>
+std::string stderr_of(Action action) {
+  testing::internal::CaptureStderr();
+  action();
+  return testing::internal::GetCapturedStderr();
+}
+
+}  // namespace orvelle
