@@ -1,4 +1,3 @@
-  cmake -S "$root" -B "$root/$folder" "$@"
 # shellcheck shell=bash
 # What the scripts share: finding and installing tools, and building. Sourced; expects `set -euo pipefail`.
 
@@ -44,11 +43,7 @@ build() {
   local folder=$1
   shift
   say "building in $folder/"
-  cmake -S "$root" -B "$root/$folder" "$@" >"$root/$folder.log" 2>&1 || {
-    cat "$root/$folder.log" >&2
-    exit 1
-  }
-  rm -f "$root/$folder.log"
+  cmake -S "$root" -B "$root/$folder" "$@"
   cmake --build "$root/$folder" --parallel "$(nproc)"
 }
 
