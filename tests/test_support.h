@@ -21,8 +21,11 @@ namespace orvelle {
   EXPECT_EXIT(statement, testing::ExitedWithCode(1), testing::Eq(std::string(text)))
 
 // The same, where the text is that of error(message).
-#define EXPECT_ERROR(statement, message) \
-  EXPECT_FATAL(statement, "\nERROR: " + std::string(message) + "\naborted.\n")
+#define EXPECT_ERROR(statement, message) EXPECT_FATAL(statement, orvelle::error_text(message))
+
+inline std::string error_text(std::string_view message) {
+  return std::string("\nERROR: ").append(message).append("\naborted.\n");
+}
 
 // Bytes from a string literal, NULs inside it included, without the one that ends it.
 template <size_t N>
