@@ -42,6 +42,7 @@ struct lexicon_storage_t {
   std::vector<entry_t> slots;
   std::vector<entrydata_t> records;
   std::vector<std::unique_ptr<int[]>> blocks;
+  std::vector<std::unique_ptr<float[]>> prob_blocks;
 };
 
 // Makes `storage` the lexicon and builds the index for lookups. Its word forms belong to the caller and must outlive

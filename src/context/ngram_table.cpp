@@ -1,0 +1,180 @@
+// Tags wait in a window until there are some thousands of them; their n-grams are then counted in groups, so that the
+// memory that a group needs is on its way before it is looked at. Cost: a hash and a probe for each token.
+#include "context/ngram_table.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <filesystem>
+#include <memory>
+
+#include "driver/settings.h"
+#include "lexicon/tagset.h"
+#include "support/errors.h"
+#include "support/files.h"
+#include "support/line_reader.h"
+
+namespace orvelle {
+
+namespace {
+
+constexpr size_t Window_Size = 4096;  // tags that wait, at most (or as many as an n-gram has)
+constexpr size_t Group_Size = 32;     // n-grams whose memory is asked for together
+constexpr long Progress_Step = 1000;  // lines
+
+std::unique_ptr<NGramTable> First_Reading;  // filled while the lexicon reads the corpus
+
+// The text of a line's tag: behind the first TAB that follows a word form, up to a blank, TAB or LF; empty if the line
+// has none.
+std::string_view tag_text(std::string_view line) {
+  const size_t word = line.find_first_not_of('\t');
+  if (word == line.npos) return {};
+  const size_t word_end = line.find('\t', word);
+  if (word_end == line.npos) return {};
+  const size_t tag = line.find_first_not_of(" \t\n", word_end + 1);
+  if (tag == line.npos) return {};
+  return line.substr(tag, line.find_first_of(" \t\n", tag) - tag);
+}
+
+NGramTable read_ngrams(FILE* file, const char* name) {
+  NGramTable table(Context_Size);
+  LineReader reader(file, name);
+  for (std::string_view line = reader.next(); line.data() != nullptr; line = reader.next())
+    table.add_line(context_tag(line), line);
+  return table;
+}
+
+}  // namespace
+
+context_tag_t context_tag(std::string_view line) {
+  if (line.starts_with('\n')) return {context_tag_t::Empty_Line, -1};
+  const std::string_view text = tag_text(line);
+  if (text.empty()) return {context_tag_t::No_Tag, -1};
+  const int tag = find_tag(text);
+  if (tag < 0) return {context_tag_t::Unknown_Tag, -1};
+  return {context_tag_t::Token, static_cast<int16_t>(tag)};
+}
+
+NGramTable::NGramTable(int context_size) : length_(static_cast<size_t>(context_size) + 1) {
+  if (length_ > INT_MAX) space_error();
+}
+
+void NGramTable::add_line(context_tag_t context, std::string_view line) {
+  if (failed_) return;
+  ++line_no_;
+  if (context.kind == context_tag_t::Empty_Line) return;
+  if (context.kind != context_tag_t::Token) return fail_at(context, line);
+  window_.push_back(static_cast<uint16_t>(context.tag));
+  if (window_.size() >= length_ + std::max(length_, Window_Size)) count_window();
+  if (!Quiet && line_no_ % Progress_Step == 0) {
+    count_window();
+    progress_.emplace_back(line_no_, static_cast<long>(size()));
+  }
+}
+
+void NGramTable::fail_at(context_tag_t context, std::string_view line) {
+  failed_ = true;
+  if (context.kind == context_tag_t::Unknown_Tag) failure_ = tag_text(line);
+}
+
+void NGramTable::finish() {
+  count_window();
+  window_ = {};
+  slots_ = {};
+}
+
+void NGramTable::count_window() {
+  if (window_.size() < length_) return;
+  const size_t ngrams = window_.size() - length_ + 1;
+  for (size_t i = 0; i < ngrams; i += Group_Size) count_ngrams(window_.data() + i, std::min(Group_Size, ngrams - i));
+  window_.erase(window_.begin(), window_.begin() + static_cast<std::ptrdiff_t>(ngrams));
+}
+
+void NGramTable::count_ngrams(const uint16_t* first, size_t ngrams) {
+  make_room(size() + ngrams);
+  uint32_t hashes[Group_Size];
+  for (size_t i = 0; i < ngrams; ++i) {
+    hashes[i] = hash_of(first + i);
+    __builtin_prefetch(&slots_[hashes[i] & (slots_.size() - 1)]);
+  }
+  for (size_t i = 0; i < ngrams; ++i) {
+    const uint32_t number = slots_[hashes[i] & (slots_.size() - 1)].number;
+    if (number == 0) continue;
+    __builtin_prefetch(&counts_[number - 1], 1);
+    __builtin_prefetch(tags(number - 1));
+  }
+  for (size_t i = 0; i < ngrams; ++i) count_ngram(first + i, hashes[i]);
+}
+
+void NGramTable::count_ngram(const uint16_t* ngram, uint32_t hash) {
+  const size_t mask = slots_.size() - 1;
+  size_t i = hash & mask;
+  for (; slots_[i].number != 0; i = (i + 1) & mask) {
+    if (slots_[i].hash != hash) continue;
+    const size_t number = slots_[i].number - 1;
+    if (!std::equal(ngram, ngram + length_, tags(number))) continue;
+    ++counts_[number];
+    return;
+  }
+  tags_.insert(tags_.end(), ngram, ngram + length_);
+  counts_.push_back(1);
+  slots_[i] = {hash, static_cast<uint32_t>(counts_.size())};
+}
+
+// Every tag passes through a multiplication and a fold: the sums and shifts of neighbouring tag numbers that a simpler
+// hash makes collide in masses from four tags on.
+uint32_t NGramTable::hash_of(const uint16_t* ngram) const {
+  uint64_t hash = 0;
+  for (size_t i = 0; i < length_; ++i) {
+    hash = (hash ^ ngram[i]) * 0x9E3779B97F4A7C15;
+    hash ^= hash >> 32;
+  }
+  return static_cast<uint32_t>(hash);
+}
+
+void NGramTable::make_room(size_t ngrams) {
+  if (2 * ngrams <= slots_.size()) return;
+  std::vector<slot_t> old = std::move(slots_);
+  slots_.assign(std::max<size_t>(1024, 2 * old.size()), slot_t{});
+  const size_t mask = slots_.size() - 1;
+  for (const slot_t& slot : old) {
+    if (slot.number == 0) continue;
+    size_t i = slot.hash & mask;
+    while (slots_[i].number != 0) i = (i + 1) & mask;
+    slots_[i] = slot;
+  }
+}
+
+void NGramTable::report() const {
+  if (!Quiet) {
+    std::fputs("\tmaking ngram table ...\n", stderr);
+    for (const auto& [line, ngrams] : progress_) std::fprintf(stderr, "\r%ld\t%ld", line, ngrams);
+  }
+  if (failed_) {
+    if (!failure_.empty()) unknown_tag(failure_.c_str());
+    fail("\nError: missing tag in line %ld of training corpus\n", static_cast<long>(line_no_));
+  }
+  if (!Quiet)
+    std::fprintf(stderr, "\r%ld\t%ld\nfinished.\n", static_cast<long>(line_no_), static_cast<long>(size()));
+}
+
+NGramTable* start_ngrams_with_lexicon(const char* name) {
+  std::error_code unreadable;
+  const bool regular = name != nullptr && std::filesystem::is_regular_file(name, unreadable);
+  First_Reading.reset();
+  // A context too large for any table is refused when the stage is reached.
+  if (regular && Context_Size < INT_MAX) First_Reading = std::make_unique<NGramTable>(Context_Size);
+  return First_Reading.get();
+}
+
+NGramTable take_ngrams(const char* name) {
+  FILE* file = open_input(name, stdin);
+  NGramTable table = First_Reading ? std::move(*First_Reading) : read_ngrams(file, name);
+  First_Reading.reset();
+  close_file(file);
+  table.finish();
+  table.report();
+  return table;
+}
+
+}  // namespace orvelle

@@ -1,0 +1,160 @@
+// The search for the best test at a node of the context tree.
+//
+// The no children of a node share its prior, so the tree is grown in chains: a chain is a node reached by a yes answer
+// (or the root), its no child, the no child of that one, and so on. A SplitSearch holds one chain at a time. It
+// keeps, for each position that may be tested, a table of the chain's current node:
+//
+//   position 1      NN   VB   JJ      n     predicted tags across, tag at the position down
+//        DT         80    .   15     95
+//        IN         12    3    1     16     a row is a candidate test, a number is a cell
+//
+// and takes the row of each chosen test off all tables, instead of counting every node afresh.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "context/ngram_table.h"
+#include "context/tree_func.h"
+
+namespace orvelle {
+
+// A node reached by a yes answer, or the root: where a chain starts.
+struct chain_start_t {
+  std::vector<uint32_t> ngrams;      // numbers in the n-gram table, by ascending predicted tag
+  std::vector<tag_count_t> counts;   // occurrences a predicted tag, ascending, without zeros
+  std::vector<double> q;             // parallel to counts: the node's own probability of the tag, the chain's prior
+  uint32_t freq = 0;                 // sum of the counts
+  double entropy = 0.0;              // as computed when the node was made
+  std::vector<int> positions;        // that may be tested, from near to far
+};
+
+// A test that divides the current node well enough.
+struct split_t {
+  int position;
+  int tag;
+  size_t table, row;  // where its row stands
+};
+
+// What a search does beyond choosing, for tests: every candidate is evaluated exactly as well.
+struct split_check_t {
+  uint64_t nodes = 0;             // nodes searched
+  uint64_t wrong_choices = 0;     // nodes where the exact evaluation chooses otherwise
+  uint64_t exact_candidates = 0;  // near ties that the search itself had to evaluate exactly
+  double worst_error = 0.0;       // largest error of an approximate score, as a share of the bound allowed for
+};
+extern split_check_t* Split_Check;  // null: no checking
+
+class SplitSearch {
+ public:
+  explicit SplitSearch(const NGramTable& ngrams);
+
+  // Makes the chain that starts at `start` the current one, its start the current node.
+  void start_chain(chain_start_t start);
+
+  // Finds the best test of the current node: the least cross-entropy of both sides together; among equals the nearest
+  // position, then the lowest tag. False if that test does not divide the node or its gain is below Min_Info_Gain.
+  bool find_split(split_t& split);
+
+  // Takes the yes side off and makes the no side the current node. The returned child has no positions yet.
+  chain_start_t split_off_yes(const split_t& split);
+
+  // Opens a farther position for the current node and those behind it.
+  void open_position(int position);
+
+  uint32_t freq() const { return freq_; }
+  std::vector<tag_count_t> counts() const;  // of the current node
+
+ private:
+  struct cell_t {
+    uint32_t k;      // predicted tag, as a number within the chain
+    uint32_t count;  // occurrences left; 0 once all are taken off
+  };
+  struct row_t {
+    int tag;                             // at the position
+    uint32_t n;                          // occurrences left; 0: no candidate any more
+    uint32_t first_cell, end_cell;
+    uint32_t first_ngram, end_ngram;     // range of table_t::order
+    double yes_score;                    // occurrences times entropy of the yes side
+    bool changed;                        // yes_score is out of date
+  };
+  struct table_t {
+    int position;
+    std::vector<row_t> rows;             // by ascending tag
+    std::vector<cell_t> cells;           // row after row, by ascending k
+    std::vector<uint32_t> row_of_cell;
+    std::vector<uint32_t> cell_of_ngram; // indexed by place in the chain
+    std::vector<uint32_t> order;         // places in the chain, row after row
+    size_t live_rows;
+  };
+  // ld(q(k) * w + count(k) - 1) for all k of the current node and one weight w.
+  struct weights_t {
+    int tags;                  // w = Smoothing_Weight * tags
+    double w;
+    std::vector<double> logs;
+    double sum;                // of count(k) * logs(k)
+    size_t updates;            // single changes of sum since it was last summed afresh
+    int last_used;             // step of the chain
+  };
+  struct candidate_t {
+    size_t table, row;
+    double score;
+  };
+  struct evaluation_t {
+    double score, entropy_yes, entropy_no;
+  };
+
+  void build_table(table_t& table, int position);
+  void collect_rows(table_t& table);
+  void collect_cells(table_t& table);
+  weights_t& weights_of(int tags);
+  void sum_afresh(weights_t& weights);
+  void refresh_weights(const std::vector<uint32_t>& changed);
+  double side_log(double w, uint32_t n) const;
+  double yes_score(const table_t& table, row_t& row, int tags);
+  double no_score(const table_t& table, const row_t& row, int tags);
+  double score_row(const table_t& table, row_t& row);
+  double undivided_score();
+  double error_bound() const;
+  bool score_candidates(double bound);
+  void drop_twins();
+  bool same_cells(const candidate_t& a, const candidate_t& b) const;
+  bool choose_exactly(split_t& split, bool undivided_competes);
+  bool choose(split_t& split, double bound, double& best_score);
+  bool find_exactly(split_t& split);
+  bool gain_suffices(const split_t& split, double undivided, double best, double bound);
+  bool exact_gain_suffices(const split_t& split) const;
+  evaluation_t evaluate(const table_t& table, const row_t& row) const;
+  double exact_entropy() const;
+  bool first_undivided(size_t& table, int& tag) const;
+  void take_off(table_t& table, uint32_t place, uint32_t count);
+  void check_choice(bool found, const split_t& split);
+  double node_entropy() const { return at_start_ ? start_entropy_ : exact_entropy(); }
+
+  const NGramTable& ngrams_;
+  std::vector<int> row_of_tag_;        // scratch of collect_rows, indexed by tag; -1 between calls
+
+  // The chain.
+  std::vector<uint32_t> chain_;        // its n-grams, by ascending predicted tag
+  std::vector<uint32_t> k_of_ngram_;   // parallel
+  std::vector<char> taken_;            // parallel: taken off by a yes answer
+  std::vector<int> tag_of_k_;
+  std::vector<double> q_;
+  double start_entropy_ = 0.0;
+  double log_limit_ = 0.0;             // no logarithm of the chain is larger in size
+  bool exact_only_ = false;            // approximate scores cannot be trusted
+
+  // The current node.
+  std::vector<uint32_t> count_;        // indexed by k
+  uint32_t freq_ = 0;
+  int tags_ = 0;                       // k with a count
+  bool at_start_ = true;
+  int step_ = 0;                       // tests chosen in this chain so far
+  std::vector<table_t> tables_;        // the first open_tables_ are in use, from near to far positions
+  size_t open_tables_ = 0;
+  std::vector<weights_t> weights_;
+  std::vector<int> weights_of_tags_;   // indexed by a number of tags: place in weights_, or -1
+  std::vector<candidate_t> candidates_;// scratch of find_split: those near the best
+};
+
+}  // namespace orvelle

@@ -1,0 +1,63 @@
+// The one place that touches fwrite. Values are written as their bytes in memory: two's complement and IEEE 754,
+// little-endian, which the format prescribes and static assertions below demand of the platform.
+#pragma once
+
+#include <bit>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <type_traits>
+
+namespace orvelle {
+
+static_assert(std::endian::native == std::endian::little, "the parameter file is little-endian");
+static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<float>::is_iec559);
+static_assert(sizeof(int) == 4 && sizeof(float) == 4 && sizeof(double) == 8);
+
+// Collects small values and writes them in large pieces. A write that does not complete ends the run through error
+// with "Can't write to output file". Requires: flush is called last; nobody else writes to the stream before.
+class BinaryOutput {
+ public:
+  explicit BinaryOutput(FILE* file);
+
+  template <class T>
+  void value(T x) {
+    static_assert(std::is_arithmetic_v<T>);
+    if (Buffer_Size - used_ < sizeof x) write_buffer();
+    std::memcpy(buffer_.get() + used_, &x, sizeof x);
+    used_ += sizeof x;
+  }
+
+  // `count` values one behind the other.
+  template <class T>
+  void values(const T* first, size_t count) {
+    bytes(first, count * sizeof(T));
+  }
+
+  // The bytes of `s` and its NUL.
+  void string(const char* s) { bytes(s, std::strlen(s) + 1); }
+
+  void bytes(const void* data, size_t size);
+
+  // `size` bytes of the buffer for the caller to fill at once. Requires: size is at most Buffer_Size.
+  static constexpr size_t Buffer_Size = 1 << 16;  // bytes; stays in the first two levels of cache
+  char* place(size_t size) {
+    if (Buffer_Size - used_ < size) write_buffer();
+    char* start = buffer_.get() + used_;
+    used_ += size;
+    return start;
+  }
+
+  void flush();
+
+ private:
+  void write_buffer();
+  void write(const void* data, size_t size);
+
+  FILE* file_;
+  std::unique_ptr<char[]> buffer_;
+  size_t used_ = 0;  // bytes
+};
+
+}  // namespace orvelle

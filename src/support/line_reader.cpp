@@ -1,0 +1,58 @@
+#include "support/line_reader.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "support/errors.h"
+#include "support/strings.h"
+
+namespace orvelle {
+
+LineReader::LineReader(FILE* file, const char* name)
+    : file_(file),
+      name_(name),
+      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size + 1)),
+      next_(buffer_.get()),
+      end_(buffer_.get()) {}
+
+std::string_view LineReader::next_piece() {
+  if (is_terminated_) {
+    *next_ = saved_;
+    is_terminated_ = false;
+  }
+  for (;;) {
+    const size_t window = std::min<size_t>(end_ - next_, Max_Line_Length);
+    const void* newline = std::memchr(next_, '\n', window);
+    if (newline == nullptr && window < Max_Line_Length && !at_end_) {
+      fill();
+      continue;
+    }
+    if (window == 0) return line_ = {};
+    char* start = next_;
+    next_ = newline != nullptr ? static_cast<char*>(const_cast<void*>(newline)) + 1 : start + window;
+    return line_ = {start, static_cast<size_t>(next_ - start)};
+  }
+}
+
+char* LineReader::terminated() {
+  saved_ = *next_;
+  is_terminated_ = true;
+  *next_ = '\0';
+  return const_cast<char*>(line_.data());
+}
+
+// Moves what is left to the front and reads behind it, until a whole piece is there or the file ends.
+void LineReader::fill() {
+  const size_t left = end_ - next_;
+  std::memmove(buffer_.get(), next_, left);
+  next_ = buffer_.get();
+  const size_t got = std::fread(next_ + left, 1, Buffer_Size - left, file_);
+  if (got < Buffer_Size - left) {
+    if (std::ferror(file_)) error2("Can't read from input file", name_);
+    at_end_ = true;
+  }
+  end_ = next_ + left + got;
+  nul_in_buffer_ = std::memchr(next_, '\0', end_ - next_) != nullptr;
+}
+
+}  // namespace orvelle

@@ -1,0 +1,46 @@
+// Reads a text file in lines as fgets with a buffer of 10,000 bytes would: a line is at most 9,999 bytes with its LF,
+// and a longer one comes in several pieces, each a line of its own. The bytes of a line behind a NUL are not seen.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+#include <string_view>
+
+namespace orvelle {
+
+class LineReader {
+ public:
+  // Reads from the stream's position. `name` is for the message of a failed read: error2 with "Can't read from input
+  // file" and the name. The stream stays the caller's, as does the name.
+  LineReader(FILE* file, const char* name);
+
+  // The next line with its LF, up to its first NUL; its data is null at the end of the file. Valid until: the next
+  // call.
+  std::string_view next() {
+    const std::string_view piece = next_piece();
+    return nul_in_buffer_ ? piece.substr(0, piece.find('\0')) : piece;
+  }
+
+  // The line that next gave last, as a NUL-terminated string that may be split in place. Valid until: the next call of
+  // next.
+  char* terminated();
+
+ private:
+  std::string_view next_piece();
+  void fill();
+
+  static constexpr size_t Buffer_Size = 1 << 18;  // bytes; beyond that a larger buffer gains nothing
+
+  FILE* file_;
+  const char* name_;
+  std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes and one for the NUL of terminated
+  char* next_;                      // first byte not handed out yet
+  char* end_;                       // end of what was read
+  bool at_end_ = false;             // nothing is left behind end_
+  bool nul_in_buffer_ = false;
+  char saved_ = '\0';               // what stood where terminated wrote its NUL
+  bool is_terminated_ = false;
+  std::string_view line_;           // what next_piece gave last
+};
+
+}  // namespace orvelle
