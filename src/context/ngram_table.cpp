@@ -24,6 +24,8 @@ constexpr long Progress_Step = 1000;  // lines
 
 std::unique_ptr<NGramTable> First_Reading;  // filled while the lexicon reads the corpus
 
+bool ends_tag(char c) { return c == ' ' || c == '\t' || c == '\n'; }
+
 // The text of a line's tag: behind the first TAB that follows a word form, up to a blank, TAB or LF; empty if the line
 // has none.
 std::string_view tag_text(std::string_view line) {
@@ -31,9 +33,8 @@ std::string_view tag_text(std::string_view line) {
   if (word == line.npos) return {};
   const size_t word_end = line.find('\t', word);
   if (word_end == line.npos) return {};
-  const size_t tag = line.find_first_not_of(" \t\n", word_end + 1);
-  if (tag == line.npos) return {};
-  return line.substr(tag, line.find_first_of(" \t\n", tag) - tag);
+  const auto tag = std::find_if_not(line.begin() + word_end + 1, line.end(), ends_tag);
+  return {tag, std::find_if(tag, line.end(), ends_tag)};
 }
 
 NGramTable read_ngrams(FILE* file, const char* name) {

@@ -11,9 +11,11 @@
 #include "lexicon/corpus_pass.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cstdint>
 #include <cstring>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -32,6 +34,7 @@ namespace orvelle {
 
 namespace {
 
+constexpr size_t Group_Size = 64;  // lines whose memory is asked for together
 constexpr size_t Max_Cached_Bytes = 32 << 20;  // texts of distinct lines; a million words of English have 2 MB
 
 // What a line of the corpus does.
@@ -95,9 +98,23 @@ class LineCache {
  public:
   explicit LineCache(bool for_ngrams) : for_ngrams_(for_ngrams) {}
 
+  // Asks the memory for all that see will look at, in the order in which one thing leads to the next.
+  void prepare(std::span<const std::string_view> lines, uint32_t* hashes) const {
+    for (size_t i = 0; i < lines.size(); ++i) index_.prefetch(hashes[i] = hash_bytes(lines[i]));
+    std::array<std::string_view, Group_Size> new_words;
+    size_t new_lines = 0;
+    for (size_t i = 0; i < lines.size(); ++i) {
+      const int number = index_.peek(hashes[i]);
+      if (number >= 0) __builtin_prefetch(&lines_[number]);
+      else new_words[new_lines++] = lines[i].substr(0, lines[i].find('\t'));
+    }
+    prefetch_entries(std::span(new_words).first(new_lines));
+    for (size_t i = 0; i < lines.size(); ++i)
+      if (const int number = index_.peek(hashes[i]); number >= 0) __builtin_prefetch(lines_[number].text);
+  }
+
   // What the line does; counts it as seen once more. Valid until: the next call.
-  const line_effect_t& see(std::string_view line) {
-    const uint64_t hash = hash_bytes(line);
+  const line_effect_t& see(std::string_view line, uint32_t hash) {
     const auto text_at = [this](int i) { return lines_[i].view(); };
     int number = index_.find(line, hash, text_at);
     if (number < 0) {
@@ -108,7 +125,7 @@ class LineCache {
       }
       number = static_cast<int>(lines_.size());
       lines_.push_back({texts_.add(line), static_cast<uint32_t>(line.size()), 0, resolve_line(line, for_ngrams_)});
-      index_.insert(hash, number, text_at);
+      index_.insert(hash, number);
       cached_bytes_ += line.size() + sizeof(cached_line_t);
     }
     cached_line_t& cached = lines_[number];
@@ -147,12 +164,17 @@ void count_corpus(FILE* file, const char* name, NGramTable* ngrams) {
   LineCache cache(ngrams != nullptr);
   Progress progress;
   int64_t tokens = 0;
-  for (std::string_view line = reader.next(); line.data() != nullptr; line = reader.next()) {
-    ++Line;
-    const line_effect_t& effect = cache.see(line);
-    if (effect.tag >= 0 && ++tokens > INT_MAX) error("Too many tokens in training corpus");
-    if (effect.known && !Quiet) progress.token();
-    if (ngrams != nullptr) ngrams->add_line(effect.context, line);
+  std::array<std::string_view, Group_Size> lines;
+  std::array<uint32_t, Group_Size> hashes;
+  while (const size_t count = reader.next_lines(lines)) {
+    cache.prepare(std::span(lines).first(count), hashes.data());
+    for (size_t i = 0; i < count; ++i) {
+      ++Line;
+      const line_effect_t& effect = cache.see(lines[i], hashes[i]);
+      if (effect.tag >= 0 && ++tokens > INT_MAX) error("Too many tokens in training corpus");
+      if (effect.known && !Quiet) progress.token();
+      if (ngrams != nullptr) ngrams->add_line(effect.context, lines[i]);
+    }
   }
   cache.add_all_hits();
 }

@@ -1,5 +1,6 @@
 #include "lexicon/entries.h"
 
+#include <array>
 #include <string_view>
 #include <utility>
 
@@ -16,7 +17,7 @@ namespace {
 lexicon_storage_t Storage;  // what Fullform_Lexicon points into
 StringIndex Word_Index;     // from a word form to its index in Fullform_Lexicon
 
-std::string_view word_at(int index) { return Fullform_Lexicon[index].word; }
+const char* word_at(int index) { return Fullform_Lexicon[index].word; }
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
@@ -28,7 +29,7 @@ void define_lexicon(lexicon_storage_t storage) {
   Fullform_Lexicon_Size = static_cast<int>(Storage.slots.size()) + First_Entry;
   Word_Index.clear();
   Word_Index.reserve(Fullform_Lexicon_Size);
-  for (int i = 0; i < Fullform_Lexicon_Size; ++i) Word_Index.insert(hash_bytes(word_at(i)), i, word_at);
+  for (int i = 0; i < Fullform_Lexicon_Size; ++i) Word_Index.insert(hash_bytes(word_at(i)), i);
 }
 
 entry_t* find_entry(const char* word) {
@@ -45,6 +46,25 @@ entry_t* fullform_lookup(const char* word) {
   if (ord(word)) return &Fullform_Lexicon[Ordinal_Entry];
   if (card(word)) return &Fullform_Lexicon[Cardinal_Entry];
   return nullptr;
+}
+
+void prefetch_entries(std::span<const std::string_view> words) {
+  std::array<uint32_t, 64> hashes;
+  std::array<const entry_t*, 64> entries;
+  size_t known = 0;
+  for (size_t i = 0; i < words.size(); ++i) Word_Index.prefetch(hashes[i] = hash_bytes(words[i]));
+  for (size_t i = 0; i < words.size(); ++i) {
+    const int index = Word_Index.peek(hashes[i]);
+    if (index >= 0) __builtin_prefetch(entries[known++] = &Fullform_Lexicon[index]);
+  }
+  for (size_t i = 0; i < known; ++i) {
+    __builtin_prefetch(entries[i]->word);
+    __builtin_prefetch(entries[i]->data);
+  }
+  for (size_t i = 0; i < known; ++i) {
+    __builtin_prefetch(entries[i]->data->tag);
+    __builtin_prefetch(entries[i]->data->count);
+  }
 }
 
 int ord(const char* s) {

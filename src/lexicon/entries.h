@@ -8,6 +8,8 @@
 #pragma once
 
 #include <memory>
+#include <span>
+#include <string_view>
 #include <vector>
 
 namespace orvelle {
@@ -55,6 +57,10 @@ entry_t* fullform_lookup(const char* word);
 
 // The same, but null for every word form that the lexicon does not list.
 entry_t* find_entry(const char* word);
+
+// Asks the memory for all that look-ups of these word forms will read, for all of them at once at each step from the
+// index to the tags, so that they wait together and not one after the other. `words` needs no NULs. At most 64.
+void prefetch_entries(std::span<const std::string_view> words);
 
 // 1 if the whole string looks like an ordinal number: a digit, then digits, blanks and commas, then one last period.
 int ord(const char* s);

@@ -39,13 +39,13 @@ class Classes {
   int get_class(const entrydata_t& data) {
     const auto tags_at = [this](int c) { return bytes_of(classes_[c].tag, classes_[c].n); };
     const std::string_view key = bytes_of(data.tag, data.n);
-    const uint64_t hash = hash_bytes(key);
+    const uint32_t hash = hash_bytes(key);
     int number = index_.find(key, hash, tags_at);
     if (number >= 0) return number;
     number = static_cast<int>(classes_.size());
     classes_.push_back({data.n, data.tag, prob_.size()});
     prob_.insert(prob_.end(), data.n, 0.1);
-    index_.insert(hash, number, tags_at);
+    index_.insert(hash, number);
     return number;
   }
 

@@ -32,16 +32,16 @@ class StringPool {
  public:
   int size() const { return static_cast<int>(strings_.size()); }
 
-  int find(std::string_view text, uint64_t hash) const { return index_.find(text, hash, KeyAt{this}); }
+  int find(std::string_view text, uint32_t hash) const { return index_.find(text, hash, KeyAt{this}); }
 
-  int add(std::string_view text, uint64_t hash) {
+  int add(std::string_view text, uint32_t hash) {
     strings_.push_back(arena().add(text));
-    index_.insert(hash, size() - 1, KeyAt{this});
+    index_.insert(hash, size() - 1);
     return size() - 1;
   }
 
   int number(std::string_view text) {
-    const uint64_t hash = hash_bytes(text);
+    const uint32_t hash = hash_bytes(text);
     const int known = find(text, hash);
     return known >= 0 ? known : add(text, hash);
   }
@@ -69,7 +69,7 @@ class StringPool {
  private:
   struct KeyAt {
     const StringPool* pool;
-    std::string_view operator()(int i) const { return pool->strings_[i]; }
+    const char* operator()(int i) const { return pool->strings_[i]; }
   };
   std::vector<const char*> strings_;
   StringIndex index_;
@@ -116,7 +116,7 @@ const line_record_t* next_word_tags_lemmas(LineReader& reader) {
 }
 
 int collect_tag(std::string_view name) {
-  const uint64_t hash = hash_bytes(name);
+  const uint32_t hash = hash_bytes(name);
   const int known = File.tags.find(name, hash);
   if (known >= 0) return known;
   if (File.tags.size() == Max_Number_of_Tags) fail("\nERROR: too many tags !\n");

@@ -21,6 +21,9 @@ std::vector<double> A_Priori_Tag_Prob_Fac;
 
 namespace {
 
+constexpr size_t Least_String_Size = 1;                     // bytes in the file, of the empty string
+constexpr size_t Least_Entry_Size = Least_String_Size + 8;  // of an entry with an empty word form and no tags
+
 StringArena Strings;  // tag names, lemmas and word forms of the tables in use
 
 // Room for the arrays of entries: `size` ints that stay where they are.
@@ -49,6 +52,7 @@ class EntryArrays {
 
 std::vector<const char*> read_strings(BinaryInput& in, int count, StringArena& strings) {
   std::vector<const char*> table;
+  table.reserve(in.reservable(count, Least_String_Size));
   for (int i = 0; i < count; ++i) table.push_back(strings.add(in.string()));
   return table;
 }
@@ -70,6 +74,8 @@ entrydata_t read_record(BinaryInput& in, EntryArrays& arrays) {
 lexicon_storage_t read_entries(BinaryInput& in, int size, StringArena& strings) {
   lexicon_storage_t storage;
   EntryArrays arrays(storage);
+  storage.slots.reserve(in.reservable(size - First_Entry, Least_Entry_Size));
+  storage.records.reserve(storage.slots.capacity());
   for (int i = First_Entry; i < size; ++i) {
     storage.slots.push_back({strings.add(in.string()), nullptr});
     storage.records.push_back(read_record(in, arrays));

@@ -15,7 +15,7 @@ namespace {
 
 StringIndex Tag_Index;  // from a name to its number
 
-std::string_view tag_at(int number) { return Tag[number]; }
+const char* tag_at(int number) { return Tag[number]; }
 
 }  // namespace
 
@@ -24,7 +24,7 @@ void define_tagset(std::vector<const char*> names, int sent_tag) {
   Number_of_Tags = static_cast<int>(Tag.size());
   Sent_Tag = sent_tag;
   Tag_Index.clear();
-  for (int i = 0; i < Number_of_Tags; ++i) Tag_Index.insert(hash_bytes(Tag[i]), i, tag_at);
+  for (int i = 0; i < Number_of_Tags; ++i) Tag_Index.insert(hash_bytes(Tag[i]), i);
 }
 
 int find_tag(std::string_view name) { return Tag_Index.find(name, tag_at); }

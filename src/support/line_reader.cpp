@@ -20,18 +20,30 @@ std::string_view LineReader::next_piece() {
     *next_ = saved_;
     is_terminated_ = false;
   }
-  for (;;) {
-    const size_t window = std::min<size_t>(end_ - next_, Max_Line_Length);
-    const void* newline = std::memchr(next_, '\n', window);
-    if (newline == nullptr && window < Max_Line_Length && !at_end_) {
-      fill();
-      continue;
-    }
-    if (window == 0) return line_ = {};
-    char* start = next_;
-    next_ = newline != nullptr ? static_cast<char*>(const_cast<void*>(newline)) + 1 : start + window;
-    return line_ = {start, static_cast<size_t>(next_ - start)};
+  while (!take_piece()) {
+    if (at_end_) return line_ = {};
+    fill();
   }
+  return line_;
+}
+
+// Takes the next piece into line_ if it is whole in the buffer.
+bool LineReader::take_piece() {
+  const size_t window = std::min<size_t>(end_ - next_, Max_Line_Length);
+  const void* newline = std::memchr(next_, '\n', window);
+  if (newline == nullptr && window < Max_Line_Length && (!at_end_ || window == 0)) return false;
+  char* start = next_;
+  next_ = newline != nullptr ? static_cast<char*>(const_cast<void*>(newline)) + 1 : start + window;
+  line_ = {start, static_cast<size_t>(next_ - start)};
+  return true;
+}
+
+size_t LineReader::next_lines(std::span<std::string_view> lines) {
+  lines[0] = next();
+  if (lines[0].data() == nullptr) return 0;
+  size_t count = 1;
+  for (; count < lines.size() && take_piece(); ++count) lines[count] = up_to_nul(line_);
+  return count;
 }
 
 char* LineReader::terminated() {

@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <memory>
+#include <span>
 #include <string_view>
 
 namespace orvelle {
@@ -16,17 +17,22 @@ class LineReader {
 
   // The next line with its LF, up to its first NUL; its data is null at the end of the file. Valid until: the next
   // call.
-  std::string_view next() {
-    const std::string_view piece = next_piece();
-    return nul_in_buffer_ ? piece.substr(0, piece.find('\0')) : piece;
-  }
+  std::string_view next() { return up_to_nul(next_piece()); }
+
+  // Fills `lines` with the next lines, as next gives them, as far as they are at hand; returns how many there are, 0 at
+  // the end of the file. Valid until: the next call.
+  size_t next_lines(std::span<std::string_view> lines);
 
   // The line that next gave last, as a NUL-terminated string that may be split in place. Valid until: the next call of
   // next.
   char* terminated();
 
  private:
+  std::string_view up_to_nul(std::string_view piece) const {
+    return nul_in_buffer_ ? piece.substr(0, piece.find('\0')) : piece;
+  }
   std::string_view next_piece();
+  bool take_piece();
   void fill();
 
   static constexpr size_t Buffer_Size = 1 << 18;  // bytes; beyond that a larger buffer gains nothing

@@ -15,34 +15,46 @@
 
 namespace orvelle {
 
-// 64-bit multiply-and-fold hash of a byte string; the high and the low half are both well mixed.
-inline uint64_t hash_bytes(std::string_view text) {
+// Multiply-and-fold hash of a byte string. The last word may overlap the one before it, so that no string needs a loop
+// over single bytes.
+inline uint32_t hash_bytes(std::string_view text) {
   constexpr uint64_t Multiplier = 0x9E3779B97F4A7C15;  // 2^64 divided by the golden ratio
-  const auto mix = [](uint64_t x) { return (x ^ (x >> 29)) * Multiplier; };
-  uint64_t hash = text.size() * Multiplier;
+  const auto mix = [](uint64_t x) { return (x ^ (x >> 32)) * Multiplier; };
+  const auto load = [](const char* p, auto word) {
+    std::memcpy(&word, p, sizeof word);
+    return uint64_t{word};
+  };
   const char* p = text.data();
-  size_t left = text.size();
-  for (; left >= 8; p += 8, left -= 8) {
-    uint64_t word;
-    std::memcpy(&word, p, 8);
-    hash = mix(hash ^ word);
+  const size_t size = text.size();
+  uint64_t hash = size * Multiplier;
+  if (size >= 8) {
+    const char* last = p + size - 8;
+    for (; p < last; p += 8) hash = mix(hash ^ load(p, uint64_t{}));
+    hash = mix(hash ^ load(last, uint64_t{}));
+  } else if (size >= 4) {
+    hash = mix(hash ^ (load(p, uint32_t{}) << 32 | load(p + size - 4, uint32_t{})));
+  } else if (size > 0) {
+    hash = mix(hash ^ (load(p, uint8_t{}) << 16 | load(p + size / 2, uint8_t{}) << 8 | load(p + size - 1, uint8_t{})));
   }
-  uint64_t tail = 0;
-  for (size_t i = 0; i < left; ++i) tail |= uint64_t{static_cast<unsigned char>(p[i])} << (8 * i);
-  hash = mix(hash ^ tail);
-  return hash ^ (hash >> 32);
+  return static_cast<uint32_t>(mix(hash) >> 32);
 }
+
+// Whether a key of an index is the text looked for. Keys are strings that end in a NUL, or views.
+inline bool is_same(const char* key, std::string_view text) {
+  return std::strncmp(key, text.data(), text.size()) == 0 && key[text.size()] == '\0';
+}
+inline bool is_same(std::string_view key, std::string_view text) { return key == text; }
 
 class StringIndex {
  public:
-  // Number of `text`, or -1. `key_at(i)` gives the string (as something comparable with string_view) of number i.
+  // Number of `text`, or -1. `key_at(i)` gives the key of number i, a `const char*` or a string_view.
   template <class KeyAt>
-  int find(std::string_view text, uint64_t hash, KeyAt key_at) const {
+  int find(std::string_view text, uint32_t hash, KeyAt key_at) const {
     if (slots_.empty()) return -1;
     for (size_t i = hash & mask_;; i = (i + 1) & mask_) {
       const slot_t& slot = slots_[i];
       if (slot.number < 0) return -1;
-      if (slot.hash == static_cast<uint32_t>(hash >> 32) && key_at(slot.number) == text) return slot.number;
+      if (slot.hash == hash && is_same(key_at(slot.number), text)) return slot.number;
     }
   }
   template <class KeyAt>
@@ -50,11 +62,10 @@ class StringIndex {
     return find(text, hash_bytes(text), key_at);
   }
 
-  // Enters a string that is not in the index yet. `key_at` gives the strings entered so far, for growing.
-  template <class KeyAt>
-  void insert(uint64_t hash, int number, KeyAt key_at) {
-    if (2 * (size_ + 1) > slots_.size()) grow(key_at);
-    place(hash, number);
+  // Enters a string that is not in the index yet.
+  void insert(uint32_t hash, int number) {
+    if (2 * (size_ + 1) > slots_.size()) grow();
+    place({hash, number});
     ++size_;
   }
 
@@ -62,14 +73,19 @@ class StringIndex {
   void reserve(size_t count) { resize(std::bit_ceil(2 * count + 2)); }
 
   // Asks the memory for the slot that find will look at first.
-  void prefetch(uint64_t hash) const { __builtin_prefetch(&slots_[hash & mask_]); }
+  void prefetch(uint32_t hash) const {
+    if (!slots_.empty()) __builtin_prefetch(&slots_[hash & mask_]);
+  }
+
+  // The number in that slot, most often the one that find will return; or -1.
+  int peek(uint32_t hash) const { return slots_.empty() ? -1 : slots_[hash & mask_].number; }
 
   void clear() { *this = StringIndex(); }
 
  private:
   struct slot_t {
-    uint32_t hash = 0;  // high half of the string's hash
-    int32_t number = -1;
+    uint32_t hash = 0;
+    int32_t number = -1;  // -1: empty
   };
 
   void resize(size_t slots) {
@@ -77,18 +93,17 @@ class StringIndex {
     mask_ = slots - 1;
   }
 
-  void place(uint64_t hash, int number) {
-    size_t i = hash & mask_;
+  void place(slot_t slot) {
+    size_t i = slot.hash & mask_;
     while (slots_[i].number >= 0) i = (i + 1) & mask_;
-    slots_[i] = {static_cast<uint32_t>(hash >> 32), number};
+    slots_[i] = slot;
   }
 
-  template <class KeyAt>
-  void grow(KeyAt key_at) {
-    std::vector<slot_t> old = std::move(slots_);
+  void grow() {
+    const std::vector<slot_t> old = std::move(slots_);
     resize(old.empty() ? 64 : 2 * old.size());
     for (const slot_t& slot : old)
-      if (slot.number >= 0) place(hash_bytes(key_at(slot.number)), slot.number);
+      if (slot.number >= 0) place(slot);
   }
 
   std::vector<slot_t> slots_;
