@@ -29,7 +29,11 @@ void define_lexicon(lexicon_storage_t storage) {
   Fullform_Lexicon_Size = static_cast<int>(Storage.slots.size()) + First_Entry;
   Word_Index.clear();
   Word_Index.reserve(Fullform_Lexicon_Size);
-  for (int i = 0; i < Fullform_Lexicon_Size; ++i) Word_Index.insert(hash_bytes(word_at(i)), i);
+  for (int i = 0; i < Fullform_Lexicon_Size; ++i) {
+    const uint32_t hash = hash_bytes(word_at(i));
+    // Only a damaged parameter file has a word form twice; millions of one word form would make one chain.
+    if (Word_Index.find(word_at(i), hash, word_at) < 0) Word_Index.insert(hash, i);
+  }
 }
 
 entry_t* find_entry(const char* word) {

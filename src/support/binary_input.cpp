@@ -1,5 +1,9 @@
 #include "support/binary_input.h"
 
+#include <sys/stat.h>
+
+#include <algorithm>
+
 #include "support/errors.h"
 
 namespace orvelle {
@@ -25,6 +29,13 @@ int BinaryInput::count(int largest, const char* what) {
   const auto number = value<int32_t>();
   if (number < 0 || number > largest) bad_parameter_file(what);
   return number;
+}
+
+size_t BinaryInput::reservable(int count, size_t least_size) {
+  struct stat status;
+  if (fstat(fileno(file_), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
+  const off_t left = status.st_size - ftello(file_);
+  return left > 0 ? std::min<size_t>(count, left / least_size) : 0;
 }
 
 void BinaryInput::bytes(void* place, size_t size) {

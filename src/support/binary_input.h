@@ -55,6 +55,10 @@ class BinaryInput {
   // A 32-bit count; one that is negative or greater than `largest` ends the run, named by `what`.
   int count(int largest, const char* what);
 
+  // How many of `count` items of at least `least_size` bytes the rest of the file can hold, as far as that is
+  // known: a number that memory may be reserved for. 0 for a stream that is no regular file.
+  size_t reservable(int count, size_t least_size);
+
   // `size` bytes. Requires: room for them, of a size that does not depend on an unchecked count.
   void bytes(void* place, size_t size);
 
