@@ -9,6 +9,7 @@
 #include "driver/settings.h"
 #include "lexicon/make_lexicon.h"
 #include "support/errors.h"
+#include "support/heap.h"
 
 using namespace orvelle;
 
@@ -26,6 +27,7 @@ void train() {
 
 int main(int argc, char* argv[]) {
   install_space_error();
+  take_large_pieces();
   parse_command_line(argc, argv);
   echo_command_line();
   try {
