@@ -132,6 +132,20 @@ TEST_F(Loaded, ProbabilitiesMayBeAnything) {
   EXPECT_EQ(A_Priori_Tag_Prob_Fac[0], -INFINITY);
 }
 
+// NaN payloads, negative zero and all: what was loaded is written as the same bytes.
+TEST_F(Loaded, IsWrittenAsTheSameBytes) {
+  sample_file_t odd;
+  odd.utf8 = 1;
+  odd.entries[3].probs = {-0.F, std::nanf("7")};
+  odd.factors[1] = -std::nan("9");
+  odd.nodes = raw(0, 0, 2) + raw(1, 0, 4000000000u) + raw(1, 1, 2u, 2, INFINITY * 1.0);
+  for (const sample_file_t& sample : {sample_file_t(), odd}) {
+    load(sample);
+    rewrite_parameter_file(dir_.path("again").c_str());
+    EXPECT_EQ(read_file(dir_.path("again")), sample.bytes());
+  }
+}
+
 // The number of nodes to a leaf is limited by nothing but the file.
 TEST_F(Loaded, DeepTrees) {
   constexpr int Depth = 100000;
