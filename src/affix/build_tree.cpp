@@ -212,6 +212,7 @@ void thin_and_order(std::vector<tagfreq_t>& tags) {
   for (const tagfreq_t& cell : tags) largest = std::max(largest, cell.freq);
   const double threshold = 0.01 * largest;
   std::erase_if(tags, [threshold](const tagfreq_t& cell) { return !(cell.freq > threshold); });
+  if (tags.size() < 2) return;
   // Among equal frequencies the later cell comes first.
   std::reverse(tags.begin(), tags.end());
   std::stable_sort(tags.begin(), tags.end(), [](const tagfreq_t& a, const tagfreq_t& b) { return a.freq > b.freq; });

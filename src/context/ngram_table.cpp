@@ -26,9 +26,17 @@ std::unique_ptr<NGramTable> First_Reading;  // filled while the lexicon reads th
 
 bool ends_tag(char c) { return c == ' ' || c == '\t' || c == '\n'; }
 
-// The text of a line's tag: behind the first TAB that follows a word form, up to a blank, TAB or LF; empty if the line
-// has none.
-std::string_view tag_text(std::string_view line) {
+NGramTable read_ngrams(FILE* file, const char* name) {
+  NGramTable table(Context_Size);
+  LineReader reader(file, name);
+  for (std::string_view line = reader.next(); line.data() != nullptr; line = reader.next())
+    table.add_line(context_tag(line, context_tag_text(line)), line);
+  return table;
+}
+
+}  // namespace
+
+std::string_view context_tag_text(std::string_view line) {
   const size_t word = line.find_first_not_of('\t');
   if (word == line.npos) return {};
   const size_t word_end = line.find('\t', word);
@@ -37,19 +45,8 @@ std::string_view tag_text(std::string_view line) {
   return {tag, std::find_if(tag, line.end(), ends_tag)};
 }
 
-NGramTable read_ngrams(FILE* file, const char* name) {
-  NGramTable table(Context_Size);
-  LineReader reader(file, name);
-  for (std::string_view line = reader.next(); line.data() != nullptr; line = reader.next())
-    table.add_line(context_tag(line), line);
-  return table;
-}
-
-}  // namespace
-
-context_tag_t context_tag(std::string_view line) {
+context_tag_t context_tag(std::string_view line, std::string_view text) {
   if (line.starts_with('\n')) return {context_tag_t::Empty_Line, -1};
-  const std::string_view text = tag_text(line);
   if (text.empty()) return {context_tag_t::No_Tag, -1};
   const int tag = find_tag(text);
   if (tag < 0) return {context_tag_t::Unknown_Tag, -1};
@@ -75,13 +72,31 @@ void NGramTable::add_line(context_tag_t context, std::string_view line) {
 
 void NGramTable::fail_at(context_tag_t context, std::string_view line) {
   failed_ = true;
-  if (context.kind == context_tag_t::Unknown_Tag) failure_ = tag_text(line);
+  if (context.kind == context_tag_t::Unknown_Tag) failure_ = context_tag_text(line);
 }
 
 void NGramTable::finish() {
   count_window();
   window_ = {};
   slots_ = {};
+  sort_by_predicted_tag();
+}
+
+// A counting sort. The tree's tables are made from the n-grams in this order, several times over.
+void NGramTable::sort_by_predicted_tag() {
+  const auto predicted = [this](size_t i) { return tags(i)[length_ - 1]; };
+  std::vector<size_t> place(Number_of_Tags + 1, 0);
+  for (size_t i = 0; i < size(); ++i) ++place[predicted(i) + 1];
+  for (int k = 0; k < Number_of_Tags; ++k) place[k + 1] += place[k];
+  std::vector<uint16_t> sorted_tags(tags_.size());
+  std::vector<uint32_t> sorted_counts(size());
+  for (size_t i = 0; i < size(); ++i) {
+    const size_t to = place[predicted(i)]++;
+    std::copy_n(tags(i), length_, sorted_tags.begin() + static_cast<std::ptrdiff_t>(to * length_));
+    sorted_counts[to] = count(i);
+  }
+  tags_ = std::move(sorted_tags);
+  counts_ = std::move(sorted_counts);
 }
 
 void NGramTable::count_window() {

@@ -19,11 +19,17 @@ namespace orvelle {
 // What a line of the corpus is to the n-grams. Their rules differ from those of the lexicon's reading for lines with
 // carriage returns, leading blanks or no word form.
 struct context_tag_t {
-  enum kind_t : int16_t { Token, Empty_Line, No_Tag, Unknown_Tag };
+  enum kind_t : int8_t { Token, Empty_Line, No_Tag, Unknown_Tag };
   kind_t kind = Empty_Line;
   int16_t tag = -1;  // a token's tag number
 };
-context_tag_t context_tag(std::string_view line);
+
+// The text of a line's tag by the rules of the n-grams: behind the first TAB that follows a word form, up to a blank,
+// TAB or LF; empty if the line has none.
+std::string_view context_tag_text(std::string_view line);
+
+// What a line is, whose tag text is `text`.
+context_tag_t context_tag(std::string_view line, std::string_view text);
 
 class NGramTable {
  public:
@@ -34,7 +40,8 @@ class NGramTable {
   // the counting. `line` must be the line that `context` was made of.
   void add_line(context_tag_t context, std::string_view line);
 
-  // Counts what is still waiting. Requires: no line is added afterwards.
+  // Counts what is still waiting and brings the n-grams into ascending order of their predicted tags. Requires: no line
+  // is added afterwards.
   void finish();
 
   // Reports the reading as it went, unless Quiet: stage, progress counters, result. Ends the run if it failed.
@@ -59,6 +66,7 @@ class NGramTable {
   void count_ngram(const uint16_t* ngram, uint32_t hash);
   uint32_t hash_of(const uint16_t* ngram) const;
   void make_room(size_t ngrams);
+  void sort_by_predicted_tag();
 
   size_t length_;
   std::vector<uint16_t> window_;   // the last length_ - 1 tags, and those that wait to be counted

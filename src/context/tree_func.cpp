@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <deque>
+#include <numeric>
 #include <utility>
 
 #include "context/leave_one_out.h"
@@ -33,17 +34,6 @@ struct chain_t {
   int lowest;  // the farthest position that may be tested
 };
 
-// The n-grams by ascending predicted tag.
-std::vector<uint32_t> by_predicted_tag(const NGramTable& ngrams) {
-  const auto predicted = [&](size_t i) { return ngrams.tags(i)[ngrams.length() - 1]; };
-  std::vector<uint32_t> start(Number_of_Tags + 1, 0);
-  for (size_t i = 0; i < ngrams.size(); ++i) ++start[predicted(i) + 1];
-  for (int k = 0; k < Number_of_Tags; ++k) start[k + 1] += start[k];
-  std::vector<uint32_t> order(ngrams.size());
-  for (size_t i = 0; i < ngrams.size(); ++i) order[start[predicted(i)]++] = static_cast<uint32_t>(i);
-  return order;
-}
-
 // The root's prior is uniform, and its entropy is that of its own smoothed probabilities, no occurrence left out.
 chain_start_t make_root(const NGramTable& ngrams) {
   chain_start_t root;
@@ -61,7 +51,8 @@ chain_start_t make_root(const NGramTable& ngrams) {
     root.q.push_back(Root_Prob[k.tag]);
     root.entropy -= ld(Root_Prob[k.tag]) * k.count / root.freq;
   }
-  root.ngrams = by_predicted_tag(ngrams);
+  root.ngrams.resize(ngrams.size());
+  std::iota(root.ngrams.begin(), root.ngrams.end(), 0u);
   root.positions = {Context_Size - 1};
   return root;
 }

@@ -52,20 +52,23 @@ entry_t* fullform_lookup(const char* word) {
   return nullptr;
 }
 
-void prefetch_entries(std::span<const std::string_view> words) {
-  std::array<uint32_t, 64> hashes;
-  std::array<const entry_t*, 64> entries;
-  size_t known = 0;
+void find_entries(std::span<const std::string_view> words, entry_t** entries) {
+  std::array<uint32_t, Max_Words_At_Once> hashes;
   for (size_t i = 0; i < words.size(); ++i) Word_Index.prefetch(hashes[i] = hash_bytes(words[i]));
   for (size_t i = 0; i < words.size(); ++i) {
-    const int index = Word_Index.peek(hashes[i]);
-    if (index >= 0) __builtin_prefetch(entries[known++] = &Fullform_Lexicon[index]);
+    const int likely = Word_Index.peek(hashes[i]);
+    entries[i] = likely >= 0 ? &Fullform_Lexicon[likely] : nullptr;
+    __builtin_prefetch(entries[i]);
   }
-  for (size_t i = 0; i < known; ++i) {
+  for (size_t i = 0; i < words.size(); ++i) {
+    if (entries[i] == nullptr) continue;
     __builtin_prefetch(entries[i]->word);
     __builtin_prefetch(entries[i]->data);
   }
-  for (size_t i = 0; i < known; ++i) {
+  for (size_t i = 0; i < words.size(); ++i) {
+    const int index = Word_Index.find(words[i], hashes[i], word_at);
+    entries[i] = index >= 0 ? &Fullform_Lexicon[index] : nullptr;
+    if (index < 0) continue;
     __builtin_prefetch(entries[i]->data->tag);
     __builtin_prefetch(entries[i]->data->count);
   }

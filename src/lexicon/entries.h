@@ -58,9 +58,11 @@ entry_t* fullform_lookup(const char* word);
 // The same, but null for every word form that the lexicon does not list.
 entry_t* find_entry(const char* word);
 
-// Asks the memory for all that look-ups of these word forms will read, for all of them at once at each step from the
-// index to the tags, so that they wait together and not one after the other. `words` needs no NULs. At most 64.
-void prefetch_entries(std::span<const std::string_view> words);
+// find_entry for up to Max_Words_At_Once word forms, which need no NULs: entries[i] becomes the entry of words[i] or null.
+// All of them take each step from the index to the tags together, so that they wait for the memory at the same time
+// and not one after the other.
+inline constexpr size_t Max_Words_At_Once = 64;
+void find_entries(std::span<const std::string_view> words, entry_t** entries);
 
 // 1 if the whole string looks like an ordinal number: a digit, then digits, blanks and commas, then one last period.
 int ord(const char* s);
