@@ -114,9 +114,10 @@ TEST(DamagedFile, IsRefusedByName) {
       {"nodes of the suffix tree", [](auto& f) { f.suffix.nodes.clear(); }},
       {"root of the prefix tree", [](auto& f) { f.prefix.nodes[0].symbol = 256; }},
       {"children in the prefix tree", [](auto& f) { f.prefix.nodes[1].first_child = 1; }},  // its own child
-      {"children in the prefix tree", [](auto& f) { f.prefix.nodes[1].first_child = 2; }},  // shared
-      {"children in the prefix tree", [](auto& f) { f.prefix.nodes[0].number = 0; }},       // unreachable
-      {"children in the prefix tree", [](auto& f) { f.prefix.nodes[1].number = 2; }},       // past the end
+      {"children in the prefix tree",
+       [](auto& f) { f.prefix.nodes[1].number = f.prefix.nodes[1].first_child = 2; }},  // shared
+      {"children in the prefix tree", [](auto& f) { f.prefix.nodes[0].number = 1; }},   // unreachable
+      {"children in the prefix tree", [](auto& f) { f.prefix.nodes[1].number = 2; }},   // past the end
       {"symbols in the prefix tree", [](auto& f) { f.prefix.nodes[2].symbol = 'w'; }},
       {"symbols in the prefix tree", [](auto& f) { f.prefix.nodes[2].symbol = 255; }},
       {"tags in the prefix tree", [](auto& f) { f.prefix.pairs[2].tag = 3; }},
