@@ -27,7 +27,8 @@ split_check_t* Split_Check = nullptr;
 
 namespace {
 
-constexpr int Weights_Kept = 8;  // steps that a weight's logarithms are kept up to date without being used
+constexpr int Weights_Kept = 2;  // steps that a weight's shares are kept up to date without being used
+constexpr double Unknown = std::numeric_limits<double>::quiet_NaN();
 
 }  // namespace
 
@@ -42,6 +43,7 @@ void SplitSearch::start_chain(chain_start_t start) {
   at_start_ = true;
   step_ = 0;
   taken_.assign(chain_.size(), 0);
+  left_ = chain_.size();
   tag_of_k_.resize(start.counts.size());
   count_.resize(start.counts.size());
   k_of_ngram_.resize(chain_.size());
@@ -81,6 +83,35 @@ std::vector<tag_count_t> SplitSearch::counts() const {
 
 // ---- Tables
 
+// Forgets the n-grams, tags and rows that are taken off, once they are more than those left: the dead cells of the
+// tables cost as much as the live ones.
+void SplitSearch::compact() {
+  std::vector<uint32_t> new_k(count_.size());
+  uint32_t tags = 0;
+  for (size_t k = 0; k < count_.size(); ++k) {
+    if (count_[k] == 0) continue;
+    count_[tags] = count_[k];
+    q_[tags] = q_[k];
+    tag_of_k_[tags] = tag_of_k_[k];
+    new_k[k] = tags++;
+  }
+  count_.resize(tags);
+  q_.resize(tags);
+  tag_of_k_.resize(tags);
+  size_t kept = 0;
+  for (size_t i = 0; i < chain_.size(); ++i) {
+    if (taken_[i]) continue;
+    chain_[kept] = chain_[i];
+    k_of_ngram_[kept++] = new_k[k_of_ngram_[i]];
+  }
+  chain_.resize(kept);
+  k_of_ngram_.resize(kept);
+  taken_.assign(kept, 0);
+  weights_.clear();
+  weights_of_tags_.assign(tags + 1, -1);
+  for (size_t t = 0; t < open_tables_; ++t) build_table(tables_[t], tables_[t].position);
+}
+
 void SplitSearch::build_table(table_t& table, int position) {
   table.position = position;
   collect_rows(table);
@@ -109,14 +140,13 @@ void SplitSearch::collect_rows(table_t& table) {
   for (const int tag : sorted) {
     const uint32_t size = sizes[row_of_tag_[tag]];
     row_of_tag_[tag] = static_cast<int>(table.rows.size());
-    table.rows.push_back({tag, 0, 0, 0, next, next, 0.0, true});
+    table.rows.push_back({tag, 0, 0, 0, next, next, 0.0, true, 0});
     next += size;
   }
   table.order.resize(next);
   for (size_t i = 0; i < chain_.size(); ++i)
     if (!taken_[i]) table.order[table.rows[row_of_tag_[tag_at(i)]].end_ngram++] = static_cast<uint32_t>(i);
   for (const int tag : tags) row_of_tag_[tag] = -1;
-  table.live_rows = table.rows.size();
 }
 
 // The n-grams of a row come by ascending k, so that equal ones stand together.
@@ -151,9 +181,9 @@ SplitSearch::weights_t& SplitSearch::weights_of(int tags) {
     weights_t& fresh = weights_.emplace_back();
     fresh.tags = tags;
     fresh.w = prior_weight(tags, Smoothing_Weight);
-    fresh.logs.resize(count_.size());
-    for (size_t k = 0; k < count_.size(); ++k)
-      if (count_[k] > 0) fresh.logs[k] = approximate_ld(q_[k] * fresh.w + (count_[k] - 1.0));
+    fresh.share.resize(count_.size());
+    for (size_t k = 0; k < count_.size(); ++k) fresh.share[k] = share(fresh.w, k, count_[k]);
+    fresh.gone.assign(count_.size() * Small_Counts, Unknown);
     sum_afresh(fresh);
   }
   weights_t& weights = weights_[place];
@@ -164,61 +194,83 @@ SplitSearch::weights_t& SplitSearch::weights_of(int tags) {
 void SplitSearch::sum_afresh(weights_t& weights) {
   weights.sum = 0.0;
   weights.updates = 0;
-  for (size_t k = 0; k < count_.size(); ++k)
-    if (count_[k] > 0) weights.sum += count_[k] * weights.logs[k];
+  for (const double share : weights.share) weights.sum += share;
 }
 
-// Brings the weights in use up to date after the counts of `changed` have changed, and drops the others. The tags'
-// old shares have been taken off the sums before.
+// Brings the weights in use up to date after the counts of `changed` have changed.
 void SplitSearch::refresh_weights(const std::vector<uint32_t>& changed) {
   for (weights_t& weights : weights_) {
     for (const uint32_t k : changed) {
-      if (count_[k] == 0) continue;
-      weights.logs[k] = approximate_ld(q_[k] * weights.w + (count_[k] - 1.0));
-      weights.sum += count_[k] * weights.logs[k];
+      weights.sum -= weights.share[k];
+      weights.share[k] = share(weights.w, k, count_[k]);
+      weights.sum += weights.share[k];
+      std::fill_n(weights.gone.begin() + k * Small_Counts, Small_Counts, Unknown);
     }
     weights.updates += 2 * changed.size();
     if (weights.updates > 4 * count_.size() + 64) sum_afresh(weights);
   }
 }
 
+// Drops the weights that no row has had for a while: those are not worth keeping up to date.
+void SplitSearch::drop_unused_weights() {
+  std::erase_if(weights_, [this](const weights_t& weights) {
+    const bool unused = step_ - weights.last_used > Weights_Kept;
+    if (unused) weights_of_tags_[weights.tags] = -1;
+    return unused;
+  });
+  for (size_t i = 0; i < weights_.size(); ++i) weights_of_tags_[weights_[i].tags] = static_cast<int>(i);
+}
+
 // a(n, w)
 double SplitSearch::side_log(double w, uint32_t n) const { return n * approximate_ld((n - 1.0) + w); }
 
-double SplitSearch::yes_score(const table_t& table, row_t& row, int tags) {
+// b(n, w) for k
+double SplitSearch::share(double w, size_t k, uint32_t n) const {
+  return n > 0 ? n * approximate_ld(q_[k] * w + (n - 1.0)) : 0.0;
+}
+
+double SplitSearch::yes_score(const table_t& table, row_t& row) {
   if (!row.changed) return row.yes_score;
-  const double w = prior_weight(tags, Smoothing_Weight);
+  int distinct = 0;
+  for (uint32_t c = row.first_cell; c < row.end_cell; ++c) distinct += table.cells[c].count > 0;
+  const double w = prior_weight(distinct, Smoothing_Weight);
   double sum = 0.0;
-  for (uint32_t c = row.first_cell; c < row.end_cell; ++c) {
-    const cell_t cell = table.cells[c];
-    if (cell.count > 0) sum += cell.count * approximate_ld(q_[cell.k] * w + (cell.count - 1.0));
-  }
+  for (uint32_t c = row.first_cell; c < row.end_cell; ++c) sum += share(w, table.cells[c].k, table.cells[c].count);
   row.changed = false;
   return row.yes_score = side_log(w, row.n) - sum;
 }
 
-double SplitSearch::no_score(const table_t& table, const row_t& row, int tags) {
-  const weights_t& weights = weights_of(tags);
-  const double w = weights.w;
-  double gone = 0.0;
+// What the node's sum of shares loses when the row's occurrences go. Counts the row's exhausted k on the way.
+double SplitSearch::gone_with(const table_t& table, row_t& row, weights_t& weights) {
+  double sum = 0.0;
+  row.exhausted = 0;
   for (uint32_t c = row.first_cell; c < row.end_cell; ++c) {
     const cell_t cell = table.cells[c];
     if (cell.count == 0) continue;
-    const uint32_t all = count_[cell.k], left = all - cell.count;
-    gone += all * weights.logs[cell.k];
-    if (left > 0) gone -= left * approximate_ld(q_[cell.k] * w + (left - 1.0));
+    row.exhausted += cell.count == count_[cell.k];
+    if (cell.count > Small_Counts) {
+      sum += weights.share[cell.k] - share(weights.w, cell.k, count_[cell.k] - cell.count);
+      continue;
+    }
+    double& gone = weights.gone[cell.k * Small_Counts + cell.count - 1];
+    if (std::isnan(gone)) gone = weights.share[cell.k] - share(weights.w, cell.k, count_[cell.k] - cell.count);
+    sum += gone;
   }
-  return side_log(w, freq_ - row.n) - (weights.sum - gone);
+  return sum;
+}
+
+// The weight of the no side depends on how many k the row exhausts, which is as before for nearly all rows.
+double SplitSearch::no_score(const table_t& table, row_t& row) {
+  for (;;) {
+    const int expected = std::min(row.exhausted, tags_ - 1);
+    weights_t& weights = weights_of(tags_ - expected);
+    const double gone = gone_with(table, row, weights);
+    if (row.exhausted == expected) return side_log(weights.w, freq_ - row.n) - (weights.sum - gone);
+  }
 }
 
 double SplitSearch::score_row(const table_t& table, row_t& row) {
-  int distinct = 0, exhausted = 0;
-  for (uint32_t c = row.first_cell; c < row.end_cell; ++c) {
-    const cell_t cell = table.cells[c];
-    distinct += cell.count > 0;
-    exhausted += cell.count == count_[cell.k] && cell.count > 0;
-  }
-  return yes_score(table, row, distinct) + no_score(table, row, tags_ - exhausted);
+  return yes_score(table, row) + no_score(table, row);
 }
 
 // The score of every test that leaves one side empty: that of the node as it is.
@@ -476,20 +528,12 @@ chain_start_t SplitSearch::split_off_yes(const split_t& split) {
   const Interpolation prob(row.n, w);
   LeaveOneOut entropy(row.n, w);
 
-  std::erase_if(weights_, [this](const weights_t& weights) {
-    const bool unused = step_ - weights.last_used > Weights_Kept;
-    if (unused) weights_of_tags_[weights.tags] = -1;
-    return unused;
-  });
-  for (size_t i = 0; i < weights_.size(); ++i) weights_of_tags_[weights_[i].tags] = static_cast<int>(i);
-
   for (uint32_t c = row.first_cell; c < row.end_cell; ++c) {
     const cell_t cell = table.cells[c];
     if (cell.count == 0) continue;
     entropy.add(q_[cell.k], cell.count);
     yes.counts.push_back({tag_of_k_[cell.k], cell.count});
     yes.q.push_back(prob(q_[cell.k], cell.count));
-    for (weights_t& weights : weights_) weights.sum -= count_[cell.k] * weights.logs[cell.k];
     count_[cell.k] -= cell.count;
     tags_ -= count_[cell.k] == 0;
   }
@@ -505,9 +549,15 @@ chain_start_t SplitSearch::split_off_yes(const split_t& split) {
   }
   row.n = 0;
   freq_ -= yes.freq;
+  left_ -= yes.ngrams.size();
   at_start_ = false;
   ++step_;
-  refresh_weights(changed);
+  if (2 * left_ < chain_.size()) {
+    compact();
+  } else {
+    drop_unused_weights();
+    refresh_weights(changed);
+  }
   return yes;
 }
 

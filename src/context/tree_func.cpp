@@ -3,6 +3,7 @@
 // one, so that there are never more distributions at hand than there are positions to answer yes to.
 #include "context/tree_func.h"
 
+#include <algorithm>
 #include <cstring>
 #include <deque>
 #include <numeric>
@@ -126,18 +127,31 @@ class TreeWriter {
   void write_leaf(const node_t& node, const std::vector<double>& prob, int depth) {
     ++nodes_;
     if (depth > max_depth_) max_depth_ = depth;
-    int32_t entries = 0;
+    int64_t entries = 0;  // as wide as a double, so that the compiler counts several at a time
     for (const double p : prob) entries += p > 0.0;
     out_.value(int32_t{1});
-    out_.value(entries);
+    out_.value(static_cast<int32_t>(entries));
     out_.value(node.freq);
-    for (int32_t k = 0; k < static_cast<int32_t>(prob.size()); ++k) {
-      if (!(prob[k] > 0.0)) continue;
-      char* entry = out_.place(sizeof k + sizeof prob[k]);
+    const int tags = static_cast<int>(prob.size());
+    if (entries == tags) {
+      for (int k = 0; k < tags; k += Entries_At_Once) write_entries(prob, k, std::min(tags, k + Entries_At_Once));
+      return;
+    }
+    for (int k = 0; k < tags; ++k)
+      if (prob[k] > 0.0) write_entries(prob, k, k + 1);
+  }
+
+  // Tags `first` to `last` - 1 with their probabilities.
+  void write_entries(const std::vector<double>& prob, int first, int last) {
+    char* entry = out_.place(static_cast<size_t>(last - first) * Entry_Size);
+    for (int32_t k = first; k < last; ++k, entry += Entry_Size) {
       std::memcpy(entry, &k, sizeof k);
       std::memcpy(entry + sizeof k, &prob[k], sizeof prob[k]);
     }
   }
+
+  static constexpr size_t Entry_Size = sizeof(int32_t) + sizeof(double);
+  static constexpr int Entries_At_Once = 1024;
 
   BinaryOutput out_;
   long nodes_ = 0;
