@@ -47,14 +47,12 @@ outcome_t load(const TempDir& dir, const std::string& content) {
   });
 }
 
-std::string message(const std::string& what) { return "\nERROR: " + what + "\naborted.\n"; }
-
 // A run that ended by itself: loaded, or refused with a message, and not because it asked for memory.
 bool is_orderly(const outcome_t& outcome) {
   const std::string_view text = outcome.text;
   if (outcome.status == 0) return text.empty();
   return outcome.status == 1 && text.starts_with("\nERROR: ") && text.ends_with("\naborted.\n") &&
-         text != message("Not enough memory");
+         text != error_text("Not enough memory");
 }
 
 }  // namespace
@@ -66,8 +64,8 @@ TEST(DamagedFileDeathTest, CutAtEveryLength) {
   for (size_t length = 0; length < whole.size(); ++length) {
     const outcome_t outcome = load(dir, whole.substr(0, length));
     EXPECT_EQ(outcome.status, 1) << length;
-    EXPECT_TRUE(outcome.text == message("Can't read from input file") ||
-                outcome.text == message("while reading string from binary file"))
+    EXPECT_TRUE(outcome.text == error_text("Can't read from input file") ||
+                outcome.text == error_text("while reading string from binary file"))
         << length << outcome.text;
   }
 }
@@ -141,11 +139,11 @@ TEST(DamagedFileDeathTest, IsRefusedByName) {
     row.damage(sample);
     const outcome_t outcome = load(dir, sample.bytes());
     EXPECT_EQ(outcome.status, 1) << row.fault;
-    EXPECT_EQ(outcome.text, message(std::string("in parameter file: ") + row.fault));
+    EXPECT_EQ(outcome.text, error_text(std::string("in parameter file: ") + row.fault));
   }
   sample_file_t without_marker;
   without_marker.first_entry = -1;
-  EXPECT_EQ(load(dir, without_marker.bytes()).text, message("in parameter file"));
+  EXPECT_EQ(load(dir, without_marker.bytes()).text, error_text("in parameter file"));
   EXPECT_ERROR(read_parameter_file(dir.path().c_str()), "Can't read from input file: " + dir.path());
 }
 
