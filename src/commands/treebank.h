@@ -1,0 +1,106 @@
+// Tagged text for `orvelle prepare`: CoNLL-U files, or columns "form TAB tag [TAB lemma]", read into
+// sentences of tokens that a lexicon and a corpus can hold.
+//
+//   1-2  du   _   _    ...        a range: passed over, its words follow
+//   1    de   de  ADP  ...        a token
+//   2    le   le  DET  ...        a token
+//   2.1  _    _   _    ...        an empty node: passed over
+//
+// What the trainer could not read is mended if that loses nothing but white space (and remarked, with file
+// and line), else refused.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "support/string_index.h"
+#include "support/strings.h"
+
+namespace orvelle {
+
+// Distinct strings and their numbers.
+class StringTable {
+ public:
+  int number(std::string_view text) {
+    const uint32_t hash = hash_bytes(text);
+    const int known = index_.find(text, hash, [this](int i) { return texts_[i]; });
+    if (known >= 0) return known;
+    texts_.push_back(arena_.add(text));
+    index_.insert(hash, size() - 1);
+    return size() - 1;
+  }
+  const char* text(int number) const { return texts_[number]; }
+  int size() const { return static_cast<int>(texts_.size()); }
+
+ private:
+  StringArena arena_;
+  std::vector<const char*> texts_;
+  StringIndex index_;
+};
+
+struct treebank_options_t {
+  enum format_t { Guess, Conllu, Columns } format = Guess;
+  enum tag_t { Xpos, Upos, Upos_Feats } tag = Xpos;
+  const char* sentence_tag = "SENT";
+  std::vector<std::string> sentence_ends = {".", "!", "?"};  // forms that get the sentence tag
+  bool only_last = false;                                    // only where they end a sentence
+};
+
+struct token_t {
+  int form;  // numbers in treebank_t::strings
+  int tag;
+  int lemma;  // -1: none was given
+  bool open;  // its universal tag is one of an open class
+};
+
+class Treebank {
+ public:
+  // The options must outlive the object.
+  explicit Treebank(const treebank_options_t& options);
+
+  // Adds the sentences of a file, "-" for standard input. What had to be mended or refused is remarked, at
+  // most the first five cases of a kind; close_remarks counts the others.
+  void read(const char* name);
+  // Adds the entries of a lexicon file in the trainer's format to `entries`.
+  void read_lexicon(const char* name);
+  void close_remarks();
+
+  // Remarks something that cannot be written. Lines are those of the file that is being read.
+  [[gnu::format(printf, 2, 3)]] void refuse(const char* format, ...);
+
+  StringTable strings;
+  std::vector<token_t> tokens;
+  std::vector<size_t> sentence_ends;  // index behind a sentence's last token
+  std::vector<token_t> entries;       // form, tag and lemma of an extra lexicon
+  int64_t ranges = 0, empty_nodes = 0, without_lemma = 0;
+  int64_t refused = 0;  // lines; if there is one, nothing should be written
+  bool has_universal_tags = false;
+
+ private:
+  enum mended_t { Line_End, Byte_Order_Mark, White_Space, Tag_Blank, No_Lemma, Markup, Number_of_Mends };
+
+  void mend(mended_t kind);
+  void read_line(std::string_view line);
+  void read_conllu(std::string_view line);
+  void read_columns(std::string_view line);
+  void read_entry(std::string line);
+  void add_token(std::string_view form, std::string_view tag, std::string_view lemma, bool open);
+  void end_sentence();
+  void split_sentences(size_t first);
+  bool is_sentence_end(int form) const;
+  int clean(std::string_view text, const char* what);
+  int clean_tag(std::string_view tag);
+  bool fits(int form, int tag);
+
+  const treebank_options_t& options_;
+  treebank_options_t::format_t format_ = treebank_options_t::Guess;  // of the file that is being read
+  std::vector<int> end_forms_;
+  int sentence_tag_;
+  const char* file_ = nullptr;  // as it is shown
+  int64_t line_ = 0;
+  int64_t mends_[Number_of_Mends] = {};
+};
+
+}  // namespace orvelle
