@@ -1,0 +1,125 @@
+#include "tagger/candidates.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "lexicon/lexicon_section.h"
+#include "lexicon/tagset.h"
+#include "support/word_forms.h"
+#include "wordclass/wordclass.h"
+
+namespace orvelle {
+
+namespace {
+
+// Chosen on held-out parts of the training texts; see docs/tagging.md.
+constexpr int Trusted_Frequency = 20;       // an entry seen more often is taken as it stands
+constexpr double Guess_Weight = 0.2;        // tokens that a guess counts for beside those of a rare entry
+constexpr double Small_Letter_Share = 0.9;  // of the small form's entry, for a capitalised form without one
+constexpr double Least_Ratio = 1e-3;        // of a tag's probability to that of the most probable tag
+
+}  // namespace
+
+Candidates::Candidates()
+    : known_(Fullform_Lexicon_Size), probability_(Number_of_Tags, 0.0), lemma_(Number_of_Tags, No_Lemma) {}
+
+bool Candidates::is_known(std::string_view form) { return find_entry(std::string(form).c_str()) != nullptr; }
+
+candidates_t Candidates::of(std::string_view form) {
+  word_.assign(form);
+  const entry_t* const entry = find_entry(word_.c_str());
+  if (entry != nullptr) {
+    std::vector<candidate_t>& known = known_[entry - Fullform_Lexicon];
+    if (known.empty()) {
+      choose_known(entry->word, *entry);
+      known = take_choice();
+    }
+    return known;
+  }
+  const auto place = unknown_.find(form);
+  if (place != unknown_.end()) return place->second;
+  choose_unknown(word_.c_str());
+  const auto added = unknown_.emplace(form, take_choice()).first;
+  remembered_ += form.size() + added->second.size() * sizeof(candidate_t) + 128;
+  return added->second;
+}
+
+void Candidates::trim() {
+  if (remembered_ <= Remembered_Bytes) return;
+  unknown_.clear();
+  remembered_ = 0;
+}
+
+void Candidates::choose_known(const char* word, const entry_t& entry) {
+  const entrydata_t& data = *entry.data;
+  if (data.freq < 1 || data.freq > Trusted_Frequency) {
+    add_listed(data, 1.0);
+    return;
+  }
+  const double share = data.freq / (data.freq + Guess_Weight);
+  add_listed(data, share);
+  add_guess(word, &data, 1.0 - share);
+  // A tag that the entry does not list goes with the lemma of the one it has most often.
+  if (data.n == 0) return;
+  const int32_t lemma = data.lemma[std::max_element(data.prob, data.prob + data.n) - data.prob];
+  for (int32_t& l : lemma_)
+    if (l == No_Lemma) l = lemma;
+}
+
+void Candidates::choose_unknown(const char* word) {
+  const entry_t* const stand_in = fullform_lookup(word);
+  // A number entry that no number of the corpus was counted in lists all tags alike.
+  if (stand_in != nullptr && (WA != nullptr || stand_in->data->freq > 0)) {
+    add_listed(*stand_in->data, 1.0);
+    return;
+  }
+  const entry_t* const small = *word != '\0' && is_upper(word) ? find_entry(all_to_lower(word)) : nullptr;
+  if (small != nullptr) add_listed(*small->data, Small_Letter_Share);
+  add_guess(word, nullptr, small != nullptr ? 1.0 - Small_Letter_Share : 1.0);
+}
+
+void Candidates::add_listed(const entrydata_t& data, double share) {
+  for (int k = 0; k < data.n; ++k) {
+    probability_[data.tag[k]] += share * data.prob[k];
+    if (data.lemma != nullptr) lemma_[data.tag[k]] = data.lemma[k];
+  }
+}
+
+void Candidates::add_guess(const char* word, const entrydata_t* entry, double share) {
+  const std::vector<double>& guess = guesser_.guess(word, entry);
+  for (int tag = 0; tag < Number_of_Tags; ++tag) probability_[tag] += share * guess[tag];
+}
+
+// Nothing is known, as in a file whose entry lost all its tags: any tag, by its frequency.
+void Candidates::add_any() {
+  for (int tag = 0; tag < Number_of_Tags; ++tag) probability_[tag] = 1.0 / A_Priori_Tag_Prob_Fac[tag];
+}
+
+// The best tags by probability, with scores that a decoder can multiply; empties the choice for the next
+// word.
+std::vector<candidate_t> Candidates::take_choice() {
+  const auto usable = [](double p) { return p > 0.0 && std::isfinite(p); };
+  if (std::none_of(probability_.begin(), probability_.end(), usable)) add_any();
+  double largest = 0.0;
+  for (const double p : probability_)
+    if (usable(p)) largest = std::max(largest, p);
+  std::vector<candidate_t> best;
+  for (int tag = 0; tag < Number_of_Tags; ++tag)
+    if (usable(probability_[tag]) && probability_[tag] > largest * Least_Ratio)
+      best.push_back({tag, lemma_[tag], probability_[tag]});
+  if (best.empty()) best.push_back({Sent_Tag, No_Lemma, 1.0});
+  std::sort(best.begin(), best.end(), [](const candidate_t& a, const candidate_t& b) {
+    return a.score != b.score ? a.score > b.score : a.tag < b.tag;
+  });
+  if (best.size() > Most) best.resize(Most);
+  for (candidate_t& candidate : best) {
+    const double score = candidate.score / largest * A_Priori_Tag_Prob_Fac[candidate.tag];
+    candidate.score = score > 0.0 && std::isfinite(score) ? score : 1.0;
+  }
+  best.shrink_to_fit();
+  std::fill(probability_.begin(), probability_.end(), 0.0);
+  std::fill(lemma_.begin(), lemma_.end(), No_Lemma);
+  return best;
+}
+
+}  // namespace orvelle

@@ -1,0 +1,65 @@
+// From a word form to the tags that it may have, each with its score and lemma.
+//
+//   word form                          distribution
+//   in the lexicon, seen often         that of the entry
+//   in the lexicon, seen seldom        that of the entry, mixed with a guess
+//   in the lexicon, never seen         that of the entry, which its class gave it
+//   a number, or in a word class       that of the number entry or of the class
+//   capital, small in the lexicon      that of the small one, mixed with a guess
+//   any other                          a guess
+//
+// The score is the probability times the tag's factor: in proportion to that of the word form given the tag.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "tagger/decoder.h"
+#include "tagger/guesser.h"
+
+namespace orvelle {
+
+class Candidates {
+ public:
+  static constexpr int No_Lemma = -1;
+  static constexpr size_t Most = 16;  // for a word form; more cost time and gain nothing
+
+  // Of the loaded parameter file.
+  Candidates();
+
+  // At least one, the most probable first. A word form ends at a NUL. Valid until: the next call of trim.
+  candidates_t of(std::string_view form);
+
+  // Whether the lexicon lists the word form itself.
+  static bool is_known(std::string_view form);
+
+  // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded.
+  void trim();
+
+ private:
+  struct string_hash_t {
+    using is_transparent = void;
+    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
+  };
+  static constexpr size_t Remembered_Bytes = 1 << 24;
+
+  void choose_known(const char* word, const entry_t& entry);
+  void choose_unknown(const char* word);
+  void add_listed(const entrydata_t& data, double share);
+  void add_guess(const char* word, const entrydata_t* entry, double share);
+  void add_any();
+  std::vector<candidate_t> take_choice();
+
+  Guesser guesser_;
+  std::vector<std::vector<candidate_t>> known_;  // by entry; empty as long as nobody asked
+  std::unordered_map<std::string, std::vector<candidate_t>, string_hash_t, std::equal_to<>> unknown_;
+  size_t remembered_ = 0;            // bytes of unknown_, about
+  std::string word_;                 // the form with a NUL behind it
+  std::vector<double> probability_;  // by tag
+  std::vector<int32_t> lemma_;       // by tag
+};
+
+}  // namespace orvelle

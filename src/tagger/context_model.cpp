@@ -1,0 +1,35 @@
+#include "tagger/context_model.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+namespace orvelle {
+
+namespace {
+
+// Share of a tag's overall probability that every context leaves to it.
+constexpr double Floor_Share = 1e-4;
+
+}  // namespace
+
+ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors)
+    : tree_(tree), number_of_tags_(static_cast<int>(tag_factors.size())), full_(tree.context_size, 0) {
+  for (const context_node_t& node : tree.nodes)
+    if (node.no != 0) order_ = std::max(order_, tree.context_size - node.context_pos);
+  const size_t slots = std::bit_floor(std::max<size_t>(2, Memo_Size / (order_ + 1)));
+  shift_ = 64 - std::countr_zero(slots);
+  slots_.assign(slots * (order_ + 1), -1);
+  for (const double factor : tag_factors) {
+    const double floor = Floor_Share / factor;
+    floor_.push_back(std::isfinite(floor) && floor > 0.0 ? floor : Floor_Share);
+  }
+}
+
+void ContextModel::fill(int32_t* slot, const int32_t* preceding) {
+  std::copy(preceding, preceding + order_, full_.end() - order_);
+  slot[0] = static_cast<int32_t>(&context_leaf(tree_, full_.data()) - tree_.leaves.data());
+  std::copy(preceding, preceding + order_, slot + 1);
+}
+
+}  // namespace orvelle

@@ -1,0 +1,67 @@
+// The context tree made ready for decoding: the distribution that goes with the tags before a word, found
+// once for a context and remembered.
+//
+//   tags before the word      DT  JJ          slot   first  second   leaf
+//   mixed to a slot                           4711    DT     JJ       17      -> probabilities of DT, JJ, NN,
+//   ...
+//
+// A chain of tests in the tree is as long as there are tags to ask for, so walking it costs more than all
+// else that decoding does for a token. The memo has a fixed size; a context that falls on a taken slot takes
+// it over.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "context/context_tree.h"
+
+namespace orvelle {
+
+class ContextModel {
+ public:
+  // `tag_factors` are A_Priori_Tag_Prob_Fac: they give the floor under the probabilities. Both must outlive
+  // the model.
+  ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors);
+
+  // How many preceding tags the tests of the tree really look at; at most its context_size. The order of the
+  // decoding.
+  int order() const { return order_; }
+
+  // The leaf for the `order` tags before a word, the immediately preceding one last. Valid until: the tree is
+  // released.
+  const context_leaf_t& leaf(const int32_t* preceding) {
+    int32_t* const slot = &slots_[slot_of(preceding) * (order_ + 1)];
+    int32_t different = slot[0] < 0;
+    for (int i = 0; i < order_; ++i) different |= slot[i + 1] ^ preceding[i];
+    if (different) fill(slot, preceding);
+    return tree_.leaves[slot[0]];
+  }
+
+  // The probability of a tag at a leaf, never below a floor: a tree trained without smoothing leaves tags
+  // out, and a text would have no path at all through the first context that the training has not seen.
+  double probability(const context_leaf_t& leaf, int32_t tag) const {
+    const double p = leaf.n == number_of_tags_ ? leaf.prob[tag] : tag_probability(leaf, tag);
+    return p > floor_[tag] ? p : floor_[tag];
+  }
+
+ private:
+  static constexpr size_t Memo_Size = 1 << 18;  // 32-bit values, 1 MB: what the second-level cache holds
+
+  size_t slot_of(const int32_t* preceding) const {
+    uint64_t hash = 0;
+    for (int i = 0; i < order_; ++i) hash = (hash ^ static_cast<uint32_t>(preceding[i])) * 0x9E3779B97F4A7C15;
+    return hash >> shift_;
+  }
+
+  void fill(int32_t* slot, const int32_t* preceding);
+
+  const context_tree_t& tree_;
+  int number_of_tags_;
+  int order_ = 0;
+  int shift_ = 63;
+  std::vector<double> floor_;   // by tag
+  std::vector<int32_t> slots_;  // of order_ + 1 values: the leaf, -1 for an empty slot, and the tags
+  std::vector<int32_t> full_;   // a context of context_size tags, for the walk
+};
+
+}  // namespace orvelle

@@ -1,0 +1,87 @@
+// From the candidates of the words of a text to the tag of each: the most probable sequence of tags, or the
+// posterior probability of each candidate.
+//
+//   words            the        walk       ends
+//   candidates     DT 1.0     NN 2.1     NNS 0.4
+//                             VB 0.7     VBZ 3.0
+//
+// A path takes one candidate a word; its probability is the product, over the words, of the candidate's score
+// and of the tag's probability given the tags before it. All is done with products that are scaled at each
+// word, since only the ratios count.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "tagger/context_model.h"
+
+namespace orvelle {
+
+struct candidate_t {
+  int32_t tag;
+  int32_t lemma;  // lemma number; -1 if the lexicon has none for it
+  double score;   // in proportion to the probability of the word form given the tag; above 0
+};
+
+// The candidates of a word: at least one, tags distinct.
+using candidates_t = std::span<const candidate_t>;
+
+class Decoder {
+ public:
+  // Beyond `Max_Exact_Order` preceding tags the decoder follows the `beam` best histories at each word, below
+  // it all.
+  static constexpr int Max_Exact_Order = 2;
+  static constexpr size_t Default_Beam = 64;
+
+  explicit Decoder(ContextModel& context, size_t beam = Default_Beam) : context_(context), beam_(beam) {}
+
+  // Index of the chosen candidate for each word: the most probable path. `preceding` are the order() tags
+  // before the first word. Of paths with the same probability it is always the same one.
+  void best_path(std::span<const candidates_t> words, const int32_t* preceding, std::vector<int>& chosen);
+
+  // For each word, the posterior probability of each of its candidates, appended in order; they sum to 1 for
+  // each word.
+  void posteriors(std::span<const candidates_t> words, const int32_t* preceding, std::vector<double>& result);
+
+ private:
+  // A history: the last order() tags, and how it came about.
+  struct state_t {
+    int candidate;   // of the word
+    double best;     // probability of the best path to here
+    double forward;  // sum of the probabilities of all paths to here
+    double backward;
+    size_t first_edge;  // its edges, one for each state before it that leads here, lie in a row
+    size_t edges;
+  };
+  struct edge_t {
+    size_t from;  // state
+    double probability;
+  };
+
+  void best_path_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+                          std::vector<int>& chosen);
+  void add_word(candidates_t before, candidates_t last, candidates_t now);
+  void make_lattice(std::span<const candidates_t> words, const int32_t* preceding);
+  void extend(candidates_t candidates, size_t first, size_t end);
+  void prune(size_t first);
+  void run_backward();
+
+  ContextModel& context_;
+  size_t beam_;
+
+  // The pairs.
+  std::vector<double> score_, next_score_;  // by candidate of the word before, then of the word
+  std::vector<uint16_t> back_;              // for each pair of each word the candidate two words before
+  std::vector<size_t> back_starts_;         // by word
+
+  // The lattice.
+  std::vector<state_t> states_;
+  std::vector<int32_t> histories_;  // order() tags for each state
+  std::vector<edge_t> edges_;
+  std::vector<size_t> columns_;                // the first state of each word, and the end
+  std::vector<size_t> members_;                // states before a word, those that meet side by side
+  std::vector<const context_leaf_t*> leaves_;  // of the members
+};
+
+}  // namespace orvelle

@@ -1,0 +1,77 @@
+// What tags a word form may have that the lexicon does not list, or has seen too seldom to know: learned from
+// the rare word forms of the lexicon when a parameter file is loaded.
+//
+// Rare words are sorted by a 64-bit key, so that all words which share a shape and an ending lie in a row:
+//
+//   bits      6      1       1        8      8      8     ...  7 bytes
+//   key     kind  hyphen   period    'g'    'n'    'i'         "walking"
+//           `------ shape ------'    `--- ending, small letters, backwards; a 1 before its first byte
+//
+// A guess starts from the distribution of all rare words and moves on to those that share the kind, the
+// shape, the last byte, the last two and so on; each step mixes what the words of its row have with what the
+// step before gave. A second table of beginnings shifts the result a little.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "lexicon/entries.h"
+
+namespace orvelle {
+
+class Guesser {
+ public:
+  // From the loaded lexicon and affix lexicons, which must outlive the guesser. Costs a sort of the rare
+  // entries.
+  Guesser();
+
+  // The distribution over all tags for a word form, by tag number. `entry` is the word form's own record,
+  // which is then left out of account, or null. Valid until: the next call.
+  const std::vector<double>& guess(const char* word, const entrydata_t* entry);
+
+  // The highest frequency of an entry that counts as rare.
+  static constexpr int Rare_Frequency = 30;
+
+ private:
+  struct rare_word_t {
+    uint64_t key;
+    int32_t first_pair;  // of its tags in pairs_
+    int32_t pairs;
+  };
+  struct pair_t {
+    int32_t tag;
+    float probability;
+  };
+  // The sum of the distributions of the words in a row.
+  using row_t = std::vector<pair_t>;
+  // The words whose keys have the first `bits` bits in common.
+  struct Table {
+    std::vector<rare_word_t> words;
+    std::unordered_map<uint64_t, row_t> rows;  // long rows that were summed up, by key and bits
+  };
+  struct step_t {
+    const rare_word_t* begin;
+    const rare_word_t* end;
+    int bits;
+    double count;  // words in the row but the one left out
+  };
+
+  void add_row(Table& table, const step_t& step, uint64_t key, double weight, std::vector<double>& sum);
+  const row_t& summed_row(Table& table, const step_t& step, uint64_t key);
+  void descend(Table& table, uint64_t key, const entrydata_t* entry, std::vector<double>& result);
+  const std::vector<double>& shape_distribution(uint64_t key);
+  void guess_from_trees(const char* word);
+
+  std::vector<pair_t> pairs_;  // the tags of the rare words side by side: their entries lie scattered
+  Table endings_;
+  Table beginnings_;
+  std::unordered_map<uint64_t, std::vector<double>> shapes_;  // by the shape's byte
+  std::vector<double> result_;
+  std::vector<double> by_beginning_;
+  std::vector<step_t> steps_;
+};
+
+}  // namespace orvelle
