@@ -183,7 +183,8 @@ SplitSearch::weights_t& SplitSearch::weights_of(int tags) {
     fresh.w = prior_weight(tags, Smoothing_Weight);
     fresh.share.resize(count_.size());
     for (size_t k = 0; k < count_.size(); ++k) fresh.share[k] = share(fresh.w, k, count_[k]);
-    fresh.gone.assign(count_.size() * Small_Counts, Unknown);
+    fresh.gone.resize(count_.size() * Small_Counts);
+    for (size_t k = 0; k < count_.size(); ++k) forget_gone(fresh, k);
     sum_afresh(fresh);
   }
   weights_t& weights = weights_[place];
@@ -197,6 +198,12 @@ void SplitSearch::sum_afresh(weights_t& weights) {
   for (const double share : weights.share) weights.sum += share;
 }
 
+void SplitSearch::forget_gone(weights_t& weights, size_t k) const {
+  double* gone = weights.gone.data() + k * Small_Counts;
+  gone[0] = 0.0;
+  std::fill_n(gone + 1, Small_Counts - 1, Unknown);
+}
+
 // Brings the weights in use up to date after the counts of `changed` have changed.
 void SplitSearch::refresh_weights(const std::vector<uint32_t>& changed) {
   for (weights_t& weights : weights_) {
@@ -204,7 +211,7 @@ void SplitSearch::refresh_weights(const std::vector<uint32_t>& changed) {
       weights.sum -= weights.share[k];
       weights.share[k] = share(weights.w, k, count_[k]);
       weights.sum += weights.share[k];
-      std::fill_n(weights.gone.begin() + k * Small_Counts, Small_Counts, Unknown);
+      forget_gone(weights, k);
     }
     weights.updates += 2 * changed.size();
     if (weights.updates > 4 * count_.size() + 64) sum_afresh(weights);
@@ -243,19 +250,20 @@ double SplitSearch::yes_score(const table_t& table, row_t& row) {
 // What the node's sum of shares loses when the row's occurrences go. Counts the row's exhausted k on the way.
 double SplitSearch::gone_with(const table_t& table, row_t& row, weights_t& weights) {
   double sum = 0.0;
-  row.exhausted = 0;
+  int exhausted = 0;
   for (uint32_t c = row.first_cell; c < row.end_cell; ++c) {
     const cell_t cell = table.cells[c];
-    if (cell.count == 0) continue;
-    row.exhausted += cell.count == count_[cell.k];
-    if (cell.count > Small_Counts) {
-      sum += weights.share[cell.k] - share(weights.w, cell.k, count_[cell.k] - cell.count);
+    const uint32_t all = count_[cell.k];
+    exhausted += (cell.count == all) & (all != 0);
+    if (cell.count >= Small_Counts) {
+      sum += weights.share[cell.k] - share(weights.w, cell.k, all - cell.count);
       continue;
     }
-    double& gone = weights.gone[cell.k * Small_Counts + cell.count - 1];
-    if (std::isnan(gone)) gone = weights.share[cell.k] - share(weights.w, cell.k, count_[cell.k] - cell.count);
+    double& gone = weights.gone[cell.k * Small_Counts + cell.count];
+    if (std::isnan(gone)) gone = weights.share[cell.k] - share(weights.w, cell.k, all - cell.count);
     sum += gone;
   }
+  row.exhausted = exhausted;
   return sum;
 }
 

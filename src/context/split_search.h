@@ -95,12 +95,12 @@ class SplitSearch {
     double sum;                // of the shares
     size_t updates;            // single changes of sum since it was last summed afresh
     int last_used;             // step of the chain
-    // Share of k that goes with r occurrences of it, share(k) - b(count(k) - r, w), at k * Small_Counts + r - 1; NaN
+    // Share of k that goes with r occurrences of it, share(k) - b(count(k) - r, w), at k * Small_Counts + r; NaN
     // until it is asked for. Most cells hold such a small count, so that all rows of a table share a few logarithms:
     // on 2,109 tags without a threshold the scores take a third of the time.
     std::vector<double> gone;
   };
-  static constexpr uint32_t Small_Counts = 4;
+  static constexpr uint32_t Small_Counts = 4;  // r is less
   struct candidate_t {
     size_t table, row;
     double score;
@@ -115,6 +115,7 @@ class SplitSearch {
   void collect_cells(table_t& table);
   weights_t& weights_of(int tags);
   void sum_afresh(weights_t& weights);
+  void forget_gone(weights_t& weights, size_t k) const;
   void refresh_weights(const std::vector<uint32_t>& changed);
   void drop_unused_weights();
   double share(double w, size_t k, uint32_t n) const;

@@ -137,8 +137,12 @@ class LineCache {
     std::array<entry_t*, Max_Words_At_Once> entries;
     find_entries(std::span(words).first(count), entries.data());
     for (size_t i = 0; i < count; ++i) group.likely[line_of_word[i]] = {words[i], entries[i]};
-    for (size_t i = 0; i < group.size; ++i)
-      if (const int number = index_.peek(group.hashes[i]); number >= 0) __builtin_prefetch(lines_[number].text);
+    for (size_t i = 0; i < group.size; ++i) {
+      const int number = index_.peek(group.hashes[i]);
+      if (number < 0) continue;
+      __builtin_prefetch(lines_[number].text);
+      __builtin_prefetch(lines_[number].text + lines_[number].size - 1);  // often in the next cache line
+    }
   }
 
   // What line i of a prepared group does; counts it as seen once more. Valid until: the next call.
