@@ -1,0 +1,137 @@
+// orvelle check: what it finds, and that its verdict is the trainer's.
+#include "commands/program.h"
+
+namespace orvelle {
+namespace {
+
+const std::string Lexicon = "the\tDT the\n.\tSENT .\ndog\tNN dog\nwalking\tVVG walk\tNN walking\n";
+const std::string Corpus = "the\tDT\ndog\tNN\nwalking\tVVG\n.\tSENT\n";
+const std::string Long(9999, 'x');  // one byte more than a line may have, with its LF
+
+class CheckTest : public ProgramTest {
+ protected:
+  result_t check(const std::string& lexicon, const std::string& open, const std::string& corpus,
+                 const std::string& options = "") {
+    dir_.write("lex", lexicon);
+    dir_.write("open", open);
+    dir_.write("corpus", corpus);
+    return run("$orvelle check " + options + " lex open corpus");
+  }
+};
+
+TEST_F(CheckTest, FindsWhatTheTrainerStopsAtAndAgreesWithIt) {
+  const struct {
+    const char* name;
+    std::string lexicon, open, corpus;
+    std::string finding;  // stands in the output; "" if there is none
+  } cases[] = {
+      {"sound", Lexicon, "NN", Corpus, ""},
+      {"no tag", Lexicon + "cat NN cat\n", "NN", Corpus,
+       "lex:5: error: no tag for the word form 'cat NN cat'"},
+      {"empty line", Lexicon + "\n", "NN", Corpus, "lex:5: error: no tag"},
+      {"no lemma", "cat\tJJ\n" + Lexicon, "NN", Corpus, "lex:1: error: tag JJ has no lemma"},
+      {"tag twice", Lexicon + "cat\tNN a\tJJ b\tNN c\n", "NN", Corpus,
+       "lex:5: error: tag NN stands twice for 'cat'"},
+      {"form twice", Lexicon + "dog\tJJ dog\n", "NN", Corpus,
+       "lex:5: error: word form 'dog' stands in line 3"},
+      {"no sentence tag", "a\tDT a\n", "", "a\tDT\n", "lex: error: no entry has the sentence tag SENT"},
+      {"empty lexicon", "", "", "", "lex: error: no entry has the sentence tag SENT"},
+      {"open class", Lexicon, "NN\n\nNP VV", Corpus, "open:3: error: NP is no tag"},
+      {"open class cut", Lexicon, "NN" + std::string(1000, 'x'), Corpus, "open:1: error: NN"},
+      {"open class with NUL", Lexicon, bytes("NN\0x"), Corpus, ""},
+      {"no open class", Lexicon, "", Corpus, "open: warning: no open classes"},
+      {"unknown tag", Lexicon, "NN", Corpus + "cat\tNP\n", "corpus:5: error: NP, the tag of 'cat'"},
+      {"blank for TAB", Lexicon, "NN", "dog NN\n" + Corpus,
+       "corpus:1: error: no tag for the word form 'dog NN'"},
+      {"no form", Lexicon, "NN", "\tNN\n", "corpus:1: error: no tag"},
+      {"line of blanks", Lexicon, "NN", "dog\tNN\n  \n" + Corpus,
+       "corpus:2: error: neither empty nor a token"},
+      {"empty lines", Lexicon, "NN", "\n\n" + Corpus + "\n", ""},
+      {"corpus CR LF", Lexicon, "NN", "the\tDT\r\n", "corpus:1: error: CR LF"},
+      {"empty CR LF", Lexicon, "NN", Corpus + "\r\n", "corpus:5: error: CR LF"},
+      {"lexicon CR LF", Lexicon + "cat\tNN cat\r\n", "NN", Corpus, "lex:5: warning: CR LF"},
+      {"blank before tag", Lexicon, "NN", "dog\t NN\n" + Corpus, ""},
+      {"CR before tag", Lexicon, "NN", "dog\t\rNN\n" + Corpus, "corpus:1: error: "},
+      {"two readings", Lexicon, "NN", " \tNN\tDT\n" + Corpus,
+       "corpus:1: warning: is a DT to the lexicon and a NN"},
+      {"no line end", Lexicon, "NN", Corpus + "dog\tNN", ""},
+      {"NUL in the corpus", Lexicon, "NN", bytes("dog\tNN\0NN\n") + Corpus,
+       "corpus:1: warning: what follows the NUL"},
+      {"NUL first", Lexicon, "NN", bytes("\0dog\tNN\n") + Corpus,
+       "corpus:1: error: neither empty nor a token"},
+      {"NUL in the lexicon", bytes("a\0\tDT a\n") + Lexicon, "NN", Corpus, "lex:1: error: no tag"},
+      {"long form", Lexicon, "NN", Long + "\tNN\n", "corpus:1: error: no tag"},
+      {"long line, LF cut off", Lexicon, "NN", "a\tNN " + Long.substr(5) + "\n",
+       "corpus:1: warning: 10000 bytes"},
+      {"long lexicon line", Lexicon + "a\tNN " + Long.substr(5) + "\n", "NN", Corpus, "lex:5: error: no tag"},
+      {"byte-order mark", "\xEF\xBB\xBF" + Lexicon, "NN", Corpus, "lex:1: warning: the byte-order mark"},
+      {"lemma with a tag", Lexicon + "run\tNN run VVG run\n", "NN", Corpus,
+       "lex:5: warning: lemma 'run VVG run'"},
+      {"lemma with a blank", Lexicon + "run\tNN run \n", "NN", Corpus,
+       "lex:5: warning: the blank at the end"},
+      {"not listed", Lexicon, "NN", Corpus + "dog\tVVG\n",
+       "corpus:5: warning: the entry of 'dog' lacks the tag VVG"},
+      {"no entry", Lexicon, "NN", Corpus + "cat\tNN\n", "corpus:5: warning: 'cat' has no entry"},
+      {"number", Lexicon, "NN", Corpus + "1,000\tNN\n", ""},
+      {"no sentence end", Lexicon, "NN", "the\tDT\ndog\tNN\nwalking\tVVG\n",
+       "corpus: warning: the sentence tag"},
+      {"unused tag", Lexicon + "x\tFW x\n", "NN", Corpus, "lex:5: warning: tag FW does not occur"},
+      {"empty corpus", Lexicon, "NN", "", "corpus: warning: too few tokens"},
+      {"no long word", Lexicon, "DT", Corpus, "open: warning: no word form of 6 bytes or more"},
+  };
+  for (const auto& c : cases) {
+    const result_t result = check(c.lexicon, c.open, c.corpus);
+    EXPECT_EQ(result.status, run("$train -quiet lex open corpus par").status) << c.name;
+    EXPECT_NE(result.out.find(c.finding), std::string::npos) << c.name << "\n" << result.out;
+    EXPECT_EQ(result.out.find("warning: ") == std::string::npos && result.status == 0, c.finding.empty())
+        << result.out;
+    EXPECT_EQ(result.err, "") << c.name;
+  }
+}
+
+// Random damage to sound files: the verdict is still the trainer's.
+TEST_F(CheckTest, AgreesWithTheTrainerOnDamagedFiles) {
+  const std::string damage = bytes(" \t\r\n\0x.N");
+  unsigned seed = 1;
+  const auto random = [&seed](size_t n) { return (seed = seed * 1103515245 + 12345) / 65536 % n; };
+  int stopped = 0;
+  for (int i = 0; i < 120; ++i) {
+    std::string texts[] = {Lexicon, "NN VVG\n", Corpus};
+    std::string& text = texts[random(3)];
+    for (size_t k = random(3) + 1; k > 0; --k) text[random(text.size())] = damage[random(damage.size())];
+    const int status = check(texts[0], texts[1], texts[2]).status;
+    ASSERT_EQ(status, run("$train -quiet lex open corpus par").status) << texts[0] << texts[1] << texts[2];
+    stopped += status;
+  }
+  EXPECT_GT(stopped, 20);
+  EXPECT_LT(stopped, 100);
+}
+
+TEST_F(CheckTest, ShowsTheFirstOfAKindAndCountsTheRest) {
+  std::string corpus = Corpus;
+  for (int i = 0; i < 8; ++i) corpus += "dog\tXX\n";
+  const auto count = [](const std::string& text, const std::string& part) {
+    int n = 0;
+    for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++n;
+    return n;
+  };
+  const result_t some = check(Lexicon, "NN", corpus), all = check(Lexicon, "NN", corpus, "--all");
+  EXPECT_EQ(count(some.out, "the tag of 'dog'"), 5);
+  EXPECT_NE(some.out.find("corpus: error: 3 more tokens with a tag that the lexicon lacks\n"),
+            std::string::npos);
+  EXPECT_EQ(count(all.out, "the tag of 'dog'"), 8);
+  EXPECT_EQ(all.out.find(" more "), std::string::npos);
+  EXPECT_NE(all.out.find("8 errors, 0 warnings: the training would stop\n"), std::string::npos) << all.out;
+}
+
+TEST_F(CheckTest, TakesTheSentenceTagAndStandardInput) {
+  check(Lexicon, "NN", Corpus);
+  EXPECT_EQ(run("$orvelle check --sentence-tag NN lex open - <corpus").status, 0);
+  EXPECT_EQ(run("$orvelle check --sentence-tag XX lex open corpus").status, 1);
+  const result_t folder = run("$orvelle check lex open .");
+  EXPECT_EQ(folder.status, 1);
+  EXPECT_EQ(folder.err, "orvelle check: can't read .: Is a directory\n");
+}
+
+}  // namespace
+}  // namespace orvelle
