@@ -24,10 +24,10 @@ struct tagprob_t {
 };
 
 struct ANODE {
-  int16_t leaf = 0;          // 1: carries tag pairs, 0: inner node
-  int16_t symbol = 0;        // byte that leads here, as a signed 8-bit value; or Default_Symbol or Root_Symbol
-  int16_t number = 0;        // inner node: children; leaf: tag pairs
-  uint16_t first_child = 0;  // inner node: index of the first child, in the same array; 0 in a leaf
+  int16_t leaf = 0;    // 1: carries tag pairs, 0: inner node
+  int16_t symbol = 0;  // byte that leads here, as a signed 8-bit value; or Default_Symbol or Root_Symbol
+  int16_t number = 0;  // inner node: children; leaf: tag pairs
+  uint16_t first_child = 0;            // inner node: index of the first child, in the same array; 0 in a leaf
   const tagprob_t* tagprob = nullptr;  // leaf: `number` pairs, owned by the tree
 };
 

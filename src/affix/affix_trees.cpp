@@ -35,7 +35,8 @@ class RootCells {
 
   void subtract_freq_at_root(const std::vector<tagfreq_t>& tags) {
     for (const tagfreq_t& cell : tags) {
-      if (cell_of_[cell.tag] != nullptr) cell_of_[cell.tag]->freq -= cell.freq;
+      if (cell_of_[cell.tag] != nullptr)
+        cell_of_[cell.tag]->freq -= cell.freq;
       else
         std::fprintf(stderr, "warning: function SUBTRACT_FREQ_AT_ROOT: missing tag at root node: <%s>\n",
                      Tag[cell.tag]);

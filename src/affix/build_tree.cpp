@@ -153,7 +153,8 @@ class TreeGrower {
 
   void add_default_child(node_1& parent, std::vector<tagfreq_t> pruned, double mass) {
     if (!(mass > 0.0) || parent.children.empty()) return;
-    std::sort(pruned.begin(), pruned.end(), [](const tagfreq_t& a, const tagfreq_t& b) { return a.tag < b.tag; });
+    std::sort(pruned.begin(), pruned.end(),
+              [](const tagfreq_t& a, const tagfreq_t& b) { return a.tag < b.tag; });
     std::erase_if(pruned, [](const tagfreq_t& cell) { return cell.freq == 0.0; });
     const double info = entropy(pruned, mass);
     if (!(ld(mass) * (static_cast<double>(root_->info) - info) > Cut_Off_Gain)) return;
@@ -167,7 +168,7 @@ class TreeGrower {
 
   const affix_words_t& words_;
   const std::vector<uint64_t>& affixes_;
-  std::vector<uint32_t> order_;    // the words, partitioned further at each depth
+  std::vector<uint32_t> order_;  // the words, partitioned further at each depth
   std::vector<uint32_t> scratch_;
   uint32_t size_of_byte_[256] = {};
   TagSums sums_;
@@ -215,7 +216,8 @@ void thin_and_order(std::vector<tagfreq_t>& tags) {
   if (tags.size() < 2) return;
   // Among equal frequencies the later cell comes first.
   std::reverse(tags.begin(), tags.end());
-  std::stable_sort(tags.begin(), tags.end(), [](const tagfreq_t& a, const tagfreq_t& b) { return a.freq > b.freq; });
+  std::stable_sort(tags.begin(), tags.end(),
+                   [](const tagfreq_t& a, const tagfreq_t& b) { return a.freq > b.freq; });
 }
 
 void sort_tree(node_1& node) {

@@ -19,11 +19,12 @@ struct tagfreq_t {
 };
 
 struct node_1 {
-  int16_t symbol = 0;  // as in ANODE
-  double freq = 0.0;   // sum of the cells
-  float info = 0.0f;   // entropy of the cells in bits
-  std::vector<tagfreq_t> tags;                    // in the order in which they first reached the node
-  std::vector<std::unique_ptr<node_1>> children;  // in the order in which they were made; a default child first
+  int16_t symbol = 0;           // as in ANODE
+  double freq = 0.0;            // sum of the cells
+  float info = 0.0f;            // entropy of the cells in bits
+  std::vector<tagfreq_t> tags;  // in the order in which they first reached the node
+  std::vector<std::unique_ptr<node_1>>
+      children;  // in the order in which they were made; a default child first
 };
 
 // The word forms that shape the trees: those of at least 6 bytes with an open-class tag, in lexicon order.
@@ -31,9 +32,9 @@ struct node_1 {
 //   words   prefix      suffix        pairs (tag, prob)
 //   0       "walki.."   "gnikl.."     first_pair[0] .. first_pair[1] - 1
 struct affix_words_t {
-  std::vector<uint64_t> prefix;     // first five bytes, the first one lowest
-  std::vector<uint64_t> suffix;     // last five bytes, the last one lowest
-  std::vector<uint32_t> first_pair; // one more than words
+  std::vector<uint64_t> prefix;      // first five bytes, the first one lowest
+  std::vector<uint64_t> suffix;      // last five bytes, the last one lowest
+  std::vector<uint32_t> first_pair;  // one more than words
   std::vector<tagfreq_t> pairs;
 };
 

@@ -31,7 +31,8 @@ inline double approximate_ld(double x) {
   const double exponent = static_cast<double>(static_cast<int>(bits >> 52) - 1023);
   constexpr double Ln2 = 0.6931471805599453;
   const double r2 = r * r;
-  const double series = (1.0 / Ln2 - 0.5 / Ln2 * r) + r2 * ((1.0 / 3 / Ln2 - 0.25 / Ln2 * r) + r2 * (0.2 / Ln2));
+  const double series =
+      (1.0 / Ln2 - 0.5 / Ln2 * r) + r2 * ((1.0 / 3 / Ln2 - 0.25 / Ln2 * r) + r2 * (0.2 / Ln2));
   return exponent + (cell.log + r * series);
 }
 

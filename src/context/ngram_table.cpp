@@ -102,7 +102,8 @@ void NGramTable::sort_by_predicted_tag() {
 void NGramTable::count_window() {
   if (window_.size() < length_) return;
   const size_t ngrams = window_.size() - length_ + 1;
-  for (size_t i = 0; i < ngrams; i += Group_Size) count_ngrams(window_.data() + i, std::min(Group_Size, ngrams - i));
+  for (size_t i = 0; i < ngrams; i += Group_Size)
+    count_ngrams(window_.data() + i, std::min(Group_Size, ngrams - i));
   window_.erase(window_.begin(), window_.begin() + static_cast<std::ptrdiff_t>(ngrams));
 }
 

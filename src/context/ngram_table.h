@@ -69,14 +69,14 @@ class NGramTable {
   void sort_by_predicted_tag();
 
   size_t length_;
-  std::vector<uint16_t> window_;   // the last length_ - 1 tags, and those that wait to be counted
-  std::vector<uint16_t> tags_;     // length_ tags an n-gram
-  std::vector<uint32_t> counts_;   // parallel to the n-grams
-  std::vector<slot_t> slots_;      // open addressing, a power of two, at most half full
-  int64_t line_no_ = 0;            // lines entered, empty ones included
+  std::vector<uint16_t> window_;  // the last length_ - 1 tags, and those that wait to be counted
+  std::vector<uint16_t> tags_;    // length_ tags an n-gram
+  std::vector<uint32_t> counts_;  // parallel to the n-grams
+  std::vector<slot_t> slots_;     // open addressing, a power of two, at most half full
+  int64_t line_no_ = 0;           // lines entered, empty ones included
   std::vector<std::pair<long, long>> progress_;  // line number and distinct n-grams at every 1000th line
   bool failed_ = false;
-  std::string failure_;            // the message that ends the run when the stage is reached
+  std::string failure_;  // the message that ends the run when the stage is reached
 };
 
 // The n-grams of the corpus file `name` are needed long after the lexicon's reading of it. Where the file can be read

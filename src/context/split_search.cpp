@@ -242,7 +242,8 @@ double SplitSearch::yes_score(const table_t& table, row_t& row) {
   for (uint32_t c = row.first_cell; c < row.end_cell; ++c) distinct += table.cells[c].count > 0;
   const double w = prior_weight(distinct, Smoothing_Weight);
   double sum = 0.0;
-  for (uint32_t c = row.first_cell; c < row.end_cell; ++c) sum += share(w, table.cells[c].k, table.cells[c].count);
+  for (uint32_t c = row.first_cell; c < row.end_cell; ++c)
+    sum += share(w, table.cells[c].k, table.cells[c].count);
   row.changed = false;
   return row.yes_score = side_log(w, row.n) - sum;
 }
@@ -346,7 +347,8 @@ bool SplitSearch::choose(split_t& split, double bound, double& best_score) {
   for (const candidate_t& c : candidates_) best_score = std::min(best_score, c.score);
   size_t table;
   int tag;
-  const bool undivided_competes = undivided_score() <= best_score + 2.0 * bound && first_undivided(table, tag);
+  const bool undivided_competes =
+      undivided_score() <= best_score + 2.0 * bound && first_undivided(table, tag);
   if (candidates_.size() > 1) drop_twins();
   if (candidates_.size() > 1 || undivided_competes) return choose_exactly(split, undivided_competes);
   const candidate_t& only = candidates_.front();
@@ -381,7 +383,8 @@ void SplitSearch::drop_twins() {
   std::vector<char> twin(order.size(), 0);
   size_t last = order[0];
   for (size_t i = 1; i < order.size(); ++i) {
-    if (candidates_[order[i]].score == candidates_[last].score && same_cells(candidates_[order[i]], candidates_[last]))
+    if (candidates_[order[i]].score == candidates_[last].score &&
+        same_cells(candidates_[order[i]], candidates_[last]))
       twin[order[i]] = 1;
     else
       last = order[i];

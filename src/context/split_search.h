@@ -21,12 +21,12 @@ namespace orvelle {
 
 // A node reached by a yes answer, or the root: where a chain starts.
 struct chain_start_t {
-  std::vector<uint32_t> ngrams;      // numbers in the n-gram table, by ascending predicted tag
-  std::vector<tag_count_t> counts;   // occurrences a predicted tag, ascending, without zeros
-  std::vector<double> q;             // parallel to counts: the node's own probability of the tag, the chain's prior
-  uint32_t freq = 0;                 // sum of the counts
-  double entropy = 0.0;              // as computed when the node was made
-  std::vector<int> positions;        // that may be tested, from near to far
+  std::vector<uint32_t> ngrams;     // numbers in the n-gram table, by ascending predicted tag
+  std::vector<tag_count_t> counts;  // occurrences a predicted tag, ascending, without zeros
+  std::vector<double> q;       // parallel to counts: the node's own probability of the tag, the chain's prior
+  uint32_t freq = 0;           // sum of the counts
+  double entropy = 0.0;        // as computed when the node was made
+  std::vector<int> positions;  // that may be tested, from near to far
 };
 
 // A test that divides the current node well enough.
@@ -41,7 +41,7 @@ struct split_check_t {
   uint64_t nodes = 0;             // nodes searched
   uint64_t wrong_choices = 0;     // nodes where the exact evaluation chooses otherwise
   uint64_t exact_candidates = 0;  // near ties that the search itself had to evaluate exactly
-  double worst_error = 0.0;       // largest error of an approximate score, as a share of the bound allowed for
+  double worst_error = 0.0;  // largest error of an approximate score, as a share of the bound allowed for
 };
 extern split_check_t* Split_Check;  // null: no checking
 
@@ -71,30 +71,30 @@ class SplitSearch {
     uint32_t count;  // occurrences left; 0 once all are taken off
   };
   struct row_t {
-    int tag;                             // at the position
-    uint32_t n;                          // occurrences left; 0: no candidate any more
+    int tag;     // at the position
+    uint32_t n;  // occurrences left; 0: no candidate any more
     uint32_t first_cell, end_cell;
-    uint32_t first_ngram, end_ngram;     // range of table_t::order
-    double yes_score;                    // occurrences times entropy of the yes side
-    bool changed;                        // yes_score is out of date
-    int exhausted;                       // k of which it holds all occurrences, when it was last scored
+    uint32_t first_ngram, end_ngram;  // range of table_t::order
+    double yes_score;                 // occurrences times entropy of the yes side
+    bool changed;                     // yes_score is out of date
+    int exhausted;                    // k of which it holds all occurrences, when it was last scored
   };
   struct table_t {
     int position;
-    std::vector<row_t> rows;             // by ascending tag
-    std::vector<cell_t> cells;           // row after row, by ascending k
+    std::vector<row_t> rows;    // by ascending tag
+    std::vector<cell_t> cells;  // row after row, by ascending k
     std::vector<uint32_t> row_of_cell;
-    std::vector<uint32_t> cell_of_ngram; // indexed by place in the chain
-    std::vector<uint32_t> order;         // places in the chain, row after row
+    std::vector<uint32_t> cell_of_ngram;  // indexed by place in the chain
+    std::vector<uint32_t> order;          // places in the chain, row after row
   };
   // What the no side of a row is computed from, for all k of the current node and one weight w.
   struct weights_t {
-    int tags;                  // w = Smoothing_Weight * tags
+    int tags;  // w = Smoothing_Weight * tags
     double w;
-    std::vector<double> share; // b(count(k), w)
-    double sum;                // of the shares
-    size_t updates;            // single changes of sum since it was last summed afresh
-    int last_used;             // step of the chain
+    std::vector<double> share;  // b(count(k), w)
+    double sum;                 // of the shares
+    size_t updates;             // single changes of sum since it was last summed afresh
+    int last_used;              // step of the chain
     // Share of k that goes with r occurrences of it, share(k) - b(count(k) - r, w), at k * Small_Counts + r; NaN
     // until it is asked for. Most cells hold such a small count, so that all rows of a table share a few logarithms:
     // on 2,109 tags without a threshold the scores take a third of the time.
@@ -143,30 +143,30 @@ class SplitSearch {
   double node_entropy() const { return at_start_ ? start_entropy_ : exact_entropy(); }
 
   const NGramTable& ngrams_;
-  std::vector<int> row_of_tag_;        // scratch of collect_rows, indexed by tag; -1 between calls
+  std::vector<int> row_of_tag_;  // scratch of collect_rows, indexed by tag; -1 between calls
 
   // The chain.
-  std::vector<uint32_t> chain_;        // its n-grams, by ascending predicted tag
-  std::vector<uint32_t> k_of_ngram_;   // parallel
-  std::vector<char> taken_;            // parallel: taken off by a yes answer
-  size_t left_ = 0;                    // n-grams not taken off
+  std::vector<uint32_t> chain_;       // its n-grams, by ascending predicted tag
+  std::vector<uint32_t> k_of_ngram_;  // parallel
+  std::vector<char> taken_;           // parallel: taken off by a yes answer
+  size_t left_ = 0;                   // n-grams not taken off
   std::vector<int> tag_of_k_;
   std::vector<double> q_;
   double start_entropy_ = 0.0;
-  double log_limit_ = 0.0;             // no logarithm of the chain is larger in size
-  bool exact_only_ = false;            // approximate scores cannot be trusted
+  double log_limit_ = 0.0;   // no logarithm of the chain is larger in size
+  bool exact_only_ = false;  // approximate scores cannot be trusted
 
   // The current node.
-  std::vector<uint32_t> count_;        // indexed by k
+  std::vector<uint32_t> count_;  // indexed by k
   uint32_t freq_ = 0;
-  int tags_ = 0;                       // k with a count
+  int tags_ = 0;  // k with a count
   bool at_start_ = true;
-  int step_ = 0;                       // tests chosen in this chain so far
-  std::vector<table_t> tables_;        // the first open_tables_ are in use, from near to far positions
+  int step_ = 0;                 // tests chosen in this chain so far
+  std::vector<table_t> tables_;  // the first open_tables_ are in use, from near to far positions
   size_t open_tables_ = 0;
   std::vector<weights_t> weights_;
-  std::vector<int> weights_of_tags_;   // indexed by a number of tags: place in weights_, or -1
-  std::vector<candidate_t> candidates_;// scratch of find_split: those near the best
+  std::vector<int> weights_of_tags_;     // indexed by a number of tags: place in weights_, or -1
+  std::vector<candidate_t> candidates_;  // scratch of find_split: those near the best
 };
 
 }  // namespace orvelle

@@ -20,8 +20,8 @@ namespace orvelle {
 
 namespace {
 
-std::deque<node_t> Nodes;          // the tree; a deque, since nodes point at each other
-std::vector<double> Root_Prob;     // distribution of the root, indexed by tag
+std::deque<node_t> Nodes;       // the tree; a deque, since nodes point at each other
+std::vector<double> Root_Prob;  // distribution of the root, indexed by tag
 
 node_t* new_node() {
   if (!Quiet) std::fprintf(stderr, "\r%zu", Nodes.size());
@@ -117,7 +117,8 @@ class TreeWriter {
   }
 
   std::vector<double> distribution(const node_t& node, const std::vector<double>& prior) {
-    const Interpolation interpolate(node.freq, prior_weight(static_cast<int>(node.counts.size()), Smoothing_Weight));
+    const Interpolation interpolate(node.freq,
+                                    prior_weight(static_cast<int>(node.counts.size()), Smoothing_Weight));
     std::vector<double> prob(prior.size());
     for (size_t k = 0; k < prob.size(); ++k) prob[k] = interpolate(prior[k], 0);
     for (const tag_count_t& k : node.counts) prob[k.tag] = interpolate(prior[k.tag], k.count);
@@ -134,7 +135,8 @@ class TreeWriter {
     out_.value(node.freq);
     const int tags = static_cast<int>(prob.size());
     if (entries == tags) {
-      for (int k = 0; k < tags; k += Entries_At_Once) write_entries(prob, k, std::min(tags, k + Entries_At_Once));
+      for (int k = 0; k < tags; k += Entries_At_Once)
+        write_entries(prob, k, std::min(tags, k + Entries_At_Once));
       return;
     }
     for (int k = 0; k < tags; ++k)

@@ -29,10 +29,11 @@ struct tag_count_t {
 struct node_t {
   int32_t context_pos = -10;  // the test of an inner node
   int32_t tag = -10;
-  uint32_t freq = 0;          // n-gram occurrences that reach the node
+  uint32_t freq = 0;  // n-gram occurrences that reach the node
   node_t* yes = nullptr;
   node_t* no = nullptr;
-  std::vector<tag_count_t> counts;  // occurrences a predicted tag, ascending; empty in an inner node reached by no
+  std::vector<tag_count_t>
+      counts;  // occurrences a predicted tag, ascending; empty in an inner node reached by no
 };
 
 // Counts the n-grams of the corpus file and grows the tree. The nodes live until the next call. Ends the run if the

@@ -73,10 +73,14 @@ void parse_command_line(int argc, char* argv[]) {
   int arg_count = 0;
   for (int i = 1; i < argc; ++i) {
     const char* argument = argv[i];
-    if (argument[0] != '-') get_arg(argument, arg_count);
-    else if (is(argument, "-quiet")) Quiet = 1;
-    else if (is(argument, "-utf8")) UTF8_Processing = 1;
-    else if (i + 1 < argc) set_option(argument, argv[++i]);
+    if (argument[0] != '-')
+      get_arg(argument, arg_count);
+    else if (is(argument, "-quiet"))
+      Quiet = 1;
+    else if (is(argument, "-utf8"))
+      UTF8_Processing = 1;
+    else if (i + 1 < argc)
+      set_option(argument, argv[++i]);
     // An option that lacks its value is passed over, whatever it is.
   }
   if (arg_count != 4) usage();
@@ -84,9 +88,9 @@ void parse_command_line(int argc, char* argv[]) {
 
 void echo_command_line() {
   if (Quiet) return;
-  std::fprintf(stderr, "\ntrain-orvelle -cl %d -dtg %.2f -sw %.2f -ecw %.2f -atg %.2f %s %s %s %s\n\n", Context_Size,
-               Min_Info_Gain, Smoothing_Weight, Word_Class_Weight, Cut_Off_Gain, Lexicon_File_Name,
-               Open_Class_File_Name, Input_File_Name, Output_File_Name);
+  std::fprintf(stderr, "\ntrain-orvelle -cl %d -dtg %.2f -sw %.2f -ecw %.2f -atg %.2f %s %s %s %s\n\n",
+               Context_Size, Min_Info_Gain, Smoothing_Weight, Word_Class_Weight, Cut_Off_Gain,
+               Lexicon_File_Name, Open_Class_File_Name, Input_File_Name, Output_File_Name);
 }
 
 }  // namespace orvelle

@@ -34,7 +34,8 @@ namespace orvelle {
 
 namespace {
 
-constexpr size_t Max_Cached_Bytes = 32 << 20;  // texts of distinct lines; a million words of English have 2 MB
+constexpr size_t Max_Cached_Bytes = 32
+                                    << 20;  // texts of distinct lines; a million words of English have 2 MB
 
 // What a line of the corpus does, but for the counts that it raises.
 struct line_effect_t {
@@ -73,8 +74,10 @@ raised_counts_t resolve_word(const char* word, const entry_t* entry, int tag) {
   raised_counts_t counts = {count_of(*entry, tag), nullptr};
   const entry_t* ordinal = &Fullform_Lexicon[Ordinal_Entry];
   const entry_t* cardinal = &Fullform_Lexicon[Cardinal_Entry];
-  if (ord(word) && entry != ordinal) counts[1] = count_of(*ordinal, tag);
-  else if (card(word) && entry != cardinal) counts[1] = count_of(*cardinal, tag);
+  if (ord(word) && entry != ordinal)
+    counts[1] = count_of(*ordinal, tag);
+  else if (card(word) && entry != cardinal)
+    counts[1] = count_of(*cardinal, tag);
   return counts;
 }
 
@@ -93,7 +96,8 @@ line_effect_t resolve_line(std::string_view line, const likely_word_t& likely, r
   const bool as_likely = likely.entry != nullptr && word == copy && copy[likely.text.size()] == '\0';
   const char* tag = next_string(&cursor);
   // Both readings of nearly all lines find the same tag, which then needs to be looked up only once.
-  const bool same = effect.context.kind == context_tag_t::Token && tag == context_text.data() && *context_end == '\0';
+  const bool same =
+      effect.context.kind == context_tag_t::Token && tag == context_text.data() && *context_end == '\0';
   effect.tag = same ? effect.context.tag : static_cast<int16_t>(tag_number(tag));
   const entry_t* entry = as_likely ? likely.entry : fullform_lookup(word);
   effect.known = entry != nullptr;
@@ -174,8 +178,9 @@ class LineCache {
 
  private:
   std::vector<cached_line_t> lines_;
-  std::vector<raised_counts_t> counts_;  // parallel; apart, because only the first sight and the end need them
-  StringIndex index_;                    // from a text to its place in lines_
+  std::vector<raised_counts_t>
+      counts_;         // parallel; apart, because only the first sight and the end need them
+  StringIndex index_;  // from a text to its place in lines_
   StringArena texts_;
   size_t cached_bytes_ = 0;
   line_effect_t uncached_;

@@ -84,8 +84,10 @@ int card(const char* s) {
   constexpr std::string_view Separators = " %'+,-./:";
   bool digit_seen = false;
   for (; *s != '\0'; ++s) {
-    if (is_digit(*s)) digit_seen = true;
-    else if (Separators.find(*s) == std::string_view::npos) return 0;
+    if (is_digit(*s))
+      digit_seen = true;
+    else if (Separators.find(*s) == std::string_view::npos)
+      return 0;
   }
   return digit_seen;
 }

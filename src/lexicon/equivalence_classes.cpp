@@ -14,9 +14,9 @@ namespace orvelle {
 namespace {
 
 struct class_t {
-  int n;            // number of tags
-  const int* tag;   // the tag list of the class's first entry
-  size_t first;     // index of the first of its n values in Classes::prob_
+  int n;           // number of tags
+  const int* tag;  // the tag list of the class's first entry
+  size_t first;    // index of the first of its n values in Classes::prob_
 };
 
 class Classes {

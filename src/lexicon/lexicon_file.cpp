@@ -126,7 +126,8 @@ int collect_tag(std::string_view name) {
 void collect_line(const line_record_t& line) {
   if (line.pairs.empty()) fail("Error: no tags in lexicon for word \"%s\"!\n", line.word);
   File.words.push_back(StringPool::arena().add(line.word));
-  for (const auto& [tag, lemma] : line.pairs) File.pairs.push_back({collect_tag(tag), File.lemmas.number(lemma)});
+  for (const auto& [tag, lemma] : line.pairs)
+    File.pairs.push_back({collect_tag(tag), File.lemmas.number(lemma)});
   File.line_end.push_back(File.pairs.size());
 }
 
@@ -142,10 +143,11 @@ void sort_pairs() {
     pair_t* first = File.pairs.data() + File.line_start(i);
     pair_t* last = File.pairs.data() + File.line_end[i];
     std::sort(first, last, [](const pair_t& a, const pair_t& b) { return a.tag < b.tag; });
-    const auto twice = std::adjacent_find(first, last, [](const pair_t& a, const pair_t& b) { return a.tag == b.tag; });
+    const auto twice =
+        std::adjacent_find(first, last, [](const pair_t& a, const pair_t& b) { return a.tag == b.tag; });
     if (twice != last)
-      fail("\nERROR: Tag \"%s\" replicated in lexicon entry for \"%s\" at line %zu\n", Tag[twice->tag], File.words[i],
-           i + 1);
+      fail("\nERROR: Tag \"%s\" replicated in lexicon entry for \"%s\" at line %zu\n", Tag[twice->tag],
+           File.words[i], i + 1);
   }
 }
 
@@ -224,7 +226,8 @@ void read_words() {
     if (str_cmp(File.words[order[i - 1]], File.words[order[i]]) == 0)
       fail("\nERROR: Two lexicon entries for word form \"%s\"!\n", File.words[order[i]]);
 
-  LexiconWriter writer(order.size() - First_Entry, File.pairs.size() + 2 * static_cast<size_t>(Number_of_Tags));
+  LexiconWriter writer(order.size() - First_Entry,
+                       File.pairs.size() + 2 * static_cast<size_t>(Number_of_Tags));
   insert_number_entry(writer, Card_Lemma);
   insert_number_entry(writer, Ord_Lemma);
   for (const uint32_t i : order) {

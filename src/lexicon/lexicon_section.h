@@ -43,11 +43,11 @@ void write_fullex(FILE* file);
 // factors; the tables of an earlier call are released. Leaves the stream behind the section. Tag numbers,
 // lemma numbers and the order of the tables are taken as written: before they are used, check_lexicon
 // (driver/parameter_check.h) must have passed them. The run ends through
-//   error   "Can't read from input file"                a value is cut short
-//   error   "while reading string from binary file"     a string is cut short or has more than
-//   Max_Line_Length bytes error   "in parameter file"                         the index of the first entry is
-//   not -2 error2  "in parameter file" and the count's name    a count is negative or beyond every table
-//   space_error                                         no memory
+//   error   "Can't read from input file"               a value is cut short
+//   error   "while reading string from binary file"    a string is cut short, or longer than Max_Line_Length
+//   error   "in parameter file"                        the index of the first entry is not -2
+//   error2  "in parameter file" and the count's name   a count is negative or beyond every table
+//   space_error                                        no memory
 void read_fullex(FILE* file);
 
 }  // namespace orvelle

@@ -15,9 +15,9 @@ namespace orvelle {
 
 namespace {
 
-constexpr int Piece_Size = 64 << 20;          // bytes; reserved, but used only as far as it is touched
-constexpr int Own_Mapping_Size = 32 << 20;    // bytes; larger blocks go back to the system when they are freed
-constexpr uintptr_t Huge_Page_Size = 2 << 20; // bytes
+constexpr int Piece_Size = 64 << 20;        // bytes; reserved, but used only as far as it is touched
+constexpr int Own_Mapping_Size = 32 << 20;  // bytes; larger blocks go back to the system when they are freed
+constexpr uintptr_t Huge_Page_Size = 2 << 20;  // bytes
 
 }  // namespace
 

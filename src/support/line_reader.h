@@ -44,9 +44,9 @@ class LineReader {
   char* end_;                       // end of what was read
   bool at_end_ = false;             // nothing is left behind end_
   bool nul_in_buffer_ = false;
-  char saved_ = '\0';               // what stood where terminated wrote its NUL
+  char saved_ = '\0';  // what stood where terminated wrote its NUL
   bool is_terminated_ = false;
-  std::string_view line_;           // what next_piece gave last
+  std::string_view line_;  // what next_piece gave last
 };
 
 }  // namespace orvelle

@@ -34,7 +34,8 @@ inline uint32_t hash_bytes(std::string_view text) {
   } else if (size >= 4) {
     hash = mix(hash ^ (load(p, uint32_t{}) << 32 | load(p + size - 4, uint32_t{})));
   } else if (size > 0) {
-    hash = mix(hash ^ (load(p, uint8_t{}) << 16 | load(p + size / 2, uint8_t{}) << 8 | load(p + size - 1, uint8_t{})));
+    hash = mix(hash ^ (load(p, uint8_t{}) << 16 | load(p + size / 2, uint8_t{}) << 8 |
+                       load(p + size - 1, uint8_t{})));
   }
   return static_cast<uint32_t>(mix(hash) >> 32);
 }
