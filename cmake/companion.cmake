@@ -16,3 +16,8 @@ foreach(source IN LISTS command_sources)
   target_sources(orvelle-cli PRIVATE ${source})
   target_compile_definitions(orvelle-cli PRIVATE ORVELLE_HAS_${name})
 endforeach()
+
+# The programs with their manual pages and the completion.
+install(TARGETS train-orvelle orvelle-cli DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(FILES man/orvelle.1 man/train-orvelle.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES completions/orvelle DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
