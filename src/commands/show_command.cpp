@@ -228,12 +228,13 @@ std::string test_text(const context_node_t& node) {
   return joined({"tag -", std::to_string(distance(node.context_pos)), " is ", escaped(Tag[node.tag])});
 }
 
-std::string leaf_text(const context_leaf_t& leaf, size_t most) {
+// The shares are set off by `gap`.
+std::string leaf_text(const context_leaf_t& leaf, size_t most, const char* gap = " ") {
   std::string text = std::to_string(leaf.freq) + ":";
   for (const auto& [tag, prob] : best(distribution(leaf), most)) {
     char share[32];
     std::snprintf(share, sizeof share, " %.3f", prob);
-    text += joined({" ", escaped(Tag[tag]), share});
+    text += joined({gap, escaped(Tag[tag]), share});
   }
   return text;
 }
@@ -299,7 +300,7 @@ void put_dot(TextOutput& out, int32_t depth, size_t most) {
     std::string label = "...", shape = "plaintext";
     if (is_leaf(node)) {
       const context_leaf_t& leaf = Context_Tree.leaves[node.tag];
-      label = leaf_text(leaf, most);
+      label = leaf_text(leaf, most, "\n");
     } else if (visit.depth != depth) {
       label = test_text(node).append("?");
       shape = "ellipse";
