@@ -5,15 +5,15 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '== %s\n' "$*"; }
 
-# True if the tool named is here. gtest has no command: its header tells.
+# True if the tool named is here. gtest and benchmark have no command: their headers tell.
 have_tool() {
   case $1 in
-    gtest) command -v g++ >/dev/null && g++ -E -x c++ -include gtest/gtest.h /dev/null >/dev/null 2>&1 ;;
+    gtest | benchmark) command -v g++ >/dev/null && g++ -E -x c++ -include "$1/$1.h" /dev/null >/dev/null 2>&1 ;;
     *) command -v "$1" >/dev/null ;;
   esac
 }
 
-debian_package() { [[ $1 == gtest ]] && echo libgtest-dev || echo "$1"; }
+debian_package() { [[ $1 == gtest || $1 == benchmark ]] && echo "lib$1-dev" || echo "$1"; }
 
 # require_tools TOOL... installs the missing ones on Debian and its kin; elsewhere it names them and stops.
 require_tools() {

@@ -1,0 +1,193 @@
+// The innermost operations of a training, on their own. The data are small enough to make in a moment and
+// large enough not to fit into the nearest caches.
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "context/approximate_log.h"
+#include "context/ngram_table.h"
+#include "context/split_search.h"
+#include "driver/settings.h"
+#include "lexicon/entries.h"
+#include "lexicon/tagset.h"
+#include "support/binary_log.h"
+#include "support/line_reader.h"
+
+using namespace orvelle;
+
+namespace {
+
+constexpr int Tags = 300, Words = 60'000, Tokens = 200'000;
+
+// A number below n, the lower ones much more often; the same sequence in every run.
+class Skewed {
+ public:
+  int operator()(int n) {
+    const double unit = static_cast<double>(random_() >> 11) * 0x1p-53;
+    return static_cast<int>(n * unit * unit * unit);
+  }
+
+ private:
+  std::mt19937_64 random_{7};
+};
+
+// Tagset, lexicon and corpus, made once; the tables of the lexicon borrow the strings.
+struct Sample {
+  Sample() : tag_names(Tags), words(Words) {
+    for (int i = 0; i < Tags; ++i)
+      tag_names[i] = "T" + std::to_string(1000 + i) + ":Case=Nominative|Number=Singular";
+    for (int i = 0; i < Words; ++i) words[i] = "word" + std::to_string(100'000 + i);
+    std::vector<const char*> names;
+    for (const std::string& name : tag_names) names.push_back(name.c_str());
+    define_tagset(names, 0);
+    static entrydata_t number_entry{};
+    lexicon_storage_t lexicon;
+    lexicon.records.resize(Words);
+    lexicon.slots = {{"", &number_entry}, {"", &number_entry}};
+    for (int i = 0; i < Words; ++i) lexicon.slots.push_back({words[i].c_str(), &lexicon.records[i]});
+    define_lexicon(std::move(lexicon));
+    Skewed skewed;
+    int before = 0;
+    for (int i = 0; i < Tokens; ++i) {
+      const int tag = (skewed(1 + skewed(Tags)) + 7 * before) % Tags;
+      tokens.push_back({&words[skewed(Words)], &tag_names[tag], static_cast<int16_t>(tag)});
+      lines += *tokens.back().word + '\t' + *tokens.back().tag_name + '\n';
+      before = tag;
+    }
+  }
+  struct token_t {
+    const std::string *word, *tag_name;
+    int16_t tag;
+  };
+  std::vector<std::string> tag_names, words;
+  std::vector<token_t> tokens;
+  std::string lines;  // the corpus file
+};
+
+const Sample& sample() {
+  static const Sample Made;
+  return Made;
+}
+
+void count_tokens(benchmark::State& state) { state.SetItemsProcessed(state.iterations() * Tokens); }
+
+void line_reader(benchmark::State& state) {
+  std::string text = sample().lines;
+  FILE* file = fmemopen(text.data(), text.size(), "r");
+  for (auto _ : state) {
+    std::rewind(file);
+    LineReader reader(file, "sample");
+    int lines = 0;
+    while (reader.next().data() != nullptr) ++lines;
+    if (lines != Tokens) state.SkipWithError("wrong number of lines");
+  }
+  std::fclose(file);
+  count_tokens(state);
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(line_reader);
+
+void tag_lookup(benchmark::State& state) {
+  for (auto _ : state)
+    for (const auto& token : sample().tokens)
+      if (find_tag(*token.tag_name) != token.tag) state.SkipWithError("wrong tag");
+  count_tokens(state);
+}
+BENCHMARK(tag_lookup);
+
+void word_lookup(benchmark::State& state) {
+  for (auto _ : state)
+    for (const auto& token : sample().tokens)
+      if (find_entry(token.word->c_str())->word != token.word->c_str()) state.SkipWithError("wrong entry");
+  count_tokens(state);
+}
+BENCHMARK(word_lookup);
+
+void word_lookup_in_groups(benchmark::State& state) {
+  std::vector<std::string_view> texts;
+  for (const auto& token : sample().tokens) texts.push_back(*token.word);
+  entry_t* found[Max_Words_At_Once];
+  for (auto _ : state) {
+    for (size_t i = 0; i < texts.size(); i += Max_Words_At_Once) {
+      const size_t size = std::min(Max_Words_At_Once, texts.size() - i);
+      find_entries(std::span(texts).subspan(i, size), found);
+      if (found[size - 1]->word != texts[i + size - 1]) state.SkipWithError("wrong entry");
+    }
+  }
+  count_tokens(state);
+}
+BENCHMARK(word_lookup_in_groups);
+
+NGramTable count_sample(int context_size) {
+  NGramTable ngrams(context_size);
+  for (const auto& token : sample().tokens) ngrams.add_line({context_tag_t::Token, token.tag}, "w\tt\n");
+  ngrams.finish();
+  return ngrams;
+}
+
+// The argument is the number of preceding tags.
+void ngram_counting(benchmark::State& state) {
+  Quiet = 1;
+  sample();
+  size_t distinct = 0;
+  for (auto _ : state) distinct = count_sample(static_cast<int>(state.range(0))).size();
+  state.counters["distinct"] = static_cast<double>(distinct);
+  count_tokens(state);
+}
+BENCHMARK(ngram_counting)->Arg(2)->Arg(4);
+
+template <double (*Log)(double)>
+void logarithm(benchmark::State& state) {
+  std::vector<double> values(4096);
+  for (size_t i = 0; i < values.size(); ++i) values[i] = 0.37 * static_cast<double>(i + 1);
+  for (auto _ : state) {
+    double sum = 0.0;
+    for (const double value : values) sum += Log(value);
+    benchmark::DoNotOptimize(sum);
+  }
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(values.size()));
+}
+BENCHMARK_TEMPLATE(logarithm, ld)->Name("logarithm/library");
+BENCHMARK_TEMPLATE(logarithm, approximate_ld)->Name("logarithm/approximate");
+
+chain_start_t root_of(const NGramTable& ngrams) {
+  chain_start_t root;
+  for (uint32_t i = 0; i < ngrams.size(); ++i) {
+    const int tag = ngrams.tags(i)[ngrams.length() - 1];
+    if (root.counts.empty() || root.counts.back().tag != tag) root.counts.push_back({tag, 0});
+    root.counts.back().count += ngrams.count(i);
+    root.freq += ngrams.count(i);
+    root.ngrams.push_back(i);
+  }
+  for (const tag_count_t& k : root.counts) root.q.push_back(static_cast<double>(k.count) / root.freq);
+  root.entropy = 20.0;
+  for (int position = ngrams.length() - 2; position >= 0; --position) root.positions.push_back(position);
+  return root;
+}
+
+// One node: the root with all its positions open, first its tables, then its scores.
+void node_tables(benchmark::State& state) {
+  const NGramTable ngrams = count_sample(2);
+  const chain_start_t root = root_of(ngrams);
+  SplitSearch search(ngrams);
+  for (auto _ : state) search.start_chain(root);
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(2 * ngrams.size()));
+}
+BENCHMARK(node_tables);
+
+void node_scores(benchmark::State& state) {
+  const NGramTable ngrams = count_sample(2);
+  SplitSearch search(ngrams);
+  search.start_chain(root_of(ngrams));
+  split_t split{};
+  for (auto _ : state)
+    if (!search.find_split(split)) state.SkipWithError("no split");
+  state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(2 * Tags));
+}
+BENCHMARK(node_scores);
+
+}  // namespace

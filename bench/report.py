@@ -1,0 +1,195 @@
+"""Runs the benchmarks that bench/run has built and writes their tables: report.py ROOT ROUNDS [--long]
+
+Every round runs each command once, each beside the one that it is compared with, so that a busy machine hits both.
+Times are processor time. A ratio is the median of the ratios of the rounds.
+"""
+
+import json
+import os
+import platform
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+from statistics import median
+
+Root = Path(sys.argv[1])
+Rounds = int(sys.argv[2])
+Long = "--long" in sys.argv
+Programs = Root / "build-bench"
+Data = Root / "out" / "bench"
+Brown = Root / "out" / "brown"
+Begin, End = "<!-- made by bench/run -->\n", "<!-- end of what bench/run made -->\n"
+
+# Small sets keep the tests of weights short that leave only the exact evaluation.
+Tree_Runs = [("large", ["-dtg", "0.5"]), ("large", ["-dtg", "0.1"]), ("medium", ["-dtg", "0.1"])] + [
+    ("medium", ["-dtg", "0.1", "-sw", weight]) for weight in ("0", "1e-320", "0.3", "1e7", "inf", "nan")
+]
+Long_Copies = 96
+
+
+def output(*command, **options):
+    return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True, **options).stdout
+
+
+def files(folder):
+    return [folder / "lexicon", folder / "open-classes", folder / "corpus"]
+
+
+def train(folder, *options, result="/dev/null"):
+    return [Programs / "train-orvelle", "-quiet", *options, *files(folder), result]
+
+
+def floor(folder):
+    return [Programs / "bench" / "bench_floor", folder / "lexicon", folder / "corpus"]
+
+
+def sort(folder):
+    return ["env", "LC_ALL=C", "sort", "-u", folder / "lexicon"]
+
+
+def measure(command):
+    """Seconds of processor time, seconds passed, peak megabytes."""
+    return [float(x) for x in output(Programs / "bench" / "bench_measure", *command).split()]
+
+
+def table(head, rows):
+    lines = ["| " + " | ".join(row) + " |" for row in [head, ["---"] + ["---:"] * (len(head) - 1), *rows]]
+    return "\n".join(lines) + "\n"
+
+
+def ratio(runs, others):
+    """Median over the rounds of the ratio of processor times."""
+    return median(run[0] / other[0] for run, other in zip(runs, others))
+
+
+def middle(runs, column):
+    return median(run[column] for run in runs)
+
+
+def whole_runs():
+    large, million, two_million = Data / "large", Data / "million", Data / "two-million"
+    pairs = [
+        ("Brown, defaults", train(Brown), floor(Brown)),
+        ("large tagset, defaults", train(large), floor(large)),
+        ("large tagset, `-dtg 0.1`", train(large, "-dtg", "0.1"), floor(large)),
+        ("large tagset, `-dtg 0`", train(large, "-dtg", "0"), floor(large)),
+        ("large tagset, `-cl 4 -dtg 0.1`", train(large, "-cl", "4", "-dtg", "0.1"), floor(large)),
+        ("a million forms and lemmas", train(million), sort(million)),
+        ("two million forms and lemmas", train(two_million), sort(two_million)),
+    ]
+    runs = {name: ([], []) for name, _, _ in pairs}
+    for _ in range(Rounds):
+        for name, command, other in pairs:
+            runs[name][0].append(measure(command))
+            runs[name][1].append(measure(other))
+    rows = [
+        [name, f"{middle(own, 0):.3f} s", f"{middle(other, 0):.3f} s", f"{ratio(own, other):.2f}",
+         f"{middle(own, 2):.0f} MB"]
+        for name, (own, other) in runs.items()
+    ]  # fmt: skip
+    growth = ratio(runs[pairs[6][0]][0], runs[pairs[5][0]][0])
+    text = table(["run", "training", "compared with", "ratio", "peak memory"], rows)
+    text += f"\nTwice as many forms take {growth:.2f} times as long.\n"
+    return text
+
+
+def long_corpus():
+    folder = Data / "long"
+    folder.mkdir(exist_ok=True)
+    try:
+        for name in ("lexicon", "open-classes"):
+            (folder / name).write_bytes((Brown / name).read_bytes())
+        text = (Brown / "corpus").read_bytes()
+        with open(folder / "corpus", "wb") as corpus:
+            for _ in range(Long_Copies):
+                corpus.write(text)
+        tokens = text.count(b"\n")
+        shorter = [measure(train(Brown)) for _ in range(Rounds)]
+        longer = [measure(train(folder)) for _ in range(3)]
+    finally:
+        for file in folder.iterdir():
+            file.unlink()
+    rows = []
+    for name, runs, n in (("Brown", shorter, tokens), ("Brown 96 times", longer, tokens * Long_Copies)):
+        rows.append([name, f"{n:,}", f"{middle(runs, 0):.2f} s", f"{1e9 * middle(runs, 0) / n:.0f} ns",
+                     f"{middle(runs, 2):.0f} MB"])  # fmt: skip
+    return "\n" + table(["corpus", "tokens", "training", "a token", "peak memory"], rows)
+
+
+def trees():
+    """Each tree is grown both ways and compared; bench_plain_tree fails if there is a difference."""
+    rows = []
+    with tempfile.TemporaryDirectory(dir=Data) as scratch:
+        result = Path(scratch) / "trained.par"
+        for name, options in Tree_Runs:
+            output(*train(Data / name, *options, result=result))
+            found = output(Programs / "bench" / "bench_plain_tree", *options, *files(Data / name), result).split()
+            plain, fast = float(found[1]), float(found[2])
+            rows.append([f"{name} tagset, `{' '.join(options)}`", f"{int(found[0]):,}", f"{plain:.2f} s",
+                         f"{fast:.4f} s", f"{plain / fast:.1f}"])  # fmt: skip
+            result.unlink()
+    return table(["tree", "nodes", "plain", "trainer", "ratio"], rows)
+
+
+def stages():
+    columns = {}
+    sets = (("Brown", Brown, []), ("large tagset", Data / "large", []), ("`-dtg 0`", Data / "large", ["-dtg", "0"]),
+            ("a million forms", Data / "million", []))  # fmt: skip
+    for name, folder, options in sets:
+        command = [Programs / "bench" / "bench_stages", *options, *files(folder), "/dev/null"]
+        runs = [[line.split("\t") for line in output(*command).splitlines()] for _ in range(Rounds)]
+        columns[name] = {
+            stage[1]: median(float(run[i][0]) for run in runs) for i, stage in enumerate(runs[0])
+        }
+    rows = [
+        [stage, *(f"{columns[name][stage]:.1f} ms" for name, _, _ in sets)] for stage in next(iter(columns.values()))
+    ]
+    rows.append(["sum", *(f"{sum(columns[name].values()):.1f} ms" for name, _, _ in sets)])
+    return table(["stage", *columns], rows)
+
+
+def kernels():
+    command = [Programs / "bench" / "bench_kernels", "--benchmark_format=json", "--benchmark_min_time=0.1",
+               f"--benchmark_repetitions={Rounds}", "--benchmark_report_aggregates_only=true"]  # fmt: skip
+    results = json.loads(output(*command))["benchmarks"]
+    unit = {"line_reader": "line", "logarithm/library": "logarithm", "logarithm/approximate": "logarithm",
+            "ngram_counting/2": "token", "ngram_counting/4": "token", "node_tables": "n-gram and position",
+            "node_scores": "candidate test"}  # fmt: skip
+    medians = {r["run_name"]: r["items_per_second"] for r in results if r["aggregate_name"] == "median"}
+    rows = [[f"`{name}`", f"{1e9 / speed:.1f} ns", "a " + unit.get(name, "lookup")] for name, speed in medians.items()]
+    return table(["kernel", "time", "for"], rows)
+
+
+def where():
+    processor = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text(encoding="utf-8"))
+    name = processor.group(1) if processor else platform.machine()
+    compiler = output("g++", "--version").splitlines()[0]
+    try:
+        commit = output("git", "-C", Root, "rev-parse", "--short", "HEAD").strip()
+        if output("git", "-C", Root, "status", "--porcelain", "src", "bench").strip():
+            commit += " with changes"
+    except subprocess.CalledProcessError:
+        commit = "unknown"
+    return (f"{name}, {os.cpu_count()} processors, Linux {platform.release().split('-')[0]}; {compiler}; release build"
+            f" of commit {commit}; medians of {Rounds} rounds of processor time.\n")  # fmt: skip
+
+
+def main():
+    parts = [where(), "\n### Whole trainings\n\n", whole_runs()]
+    if Long:
+        parts.append(long_corpus())
+    parts += ["\n### The context tree against the plain one\n\n", trees(), "\n### Stages\n\n", stages(),
+              "\n### Kernels\n\n", kernels()]  # fmt: skip
+    text = "".join(parts)
+    print(text)
+    document = Root / "docs" / "benchmarks.md"
+    before, _, rest = document.read_text(encoding="utf-8").partition(Begin)
+    _, end, after = rest.partition(End)
+    if not end:
+        sys.exit(f"{document.name} has no place for the tables")
+    document.write_text(before + Begin + text + End + after, encoding="utf-8")
+
+
+main()
