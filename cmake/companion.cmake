@@ -1,5 +1,6 @@
 # The companion program `orvelle`. The library has that target name, so the program's target is called orvelle-cli.
-add_executable(orvelle-cli src/commands/command_line.cpp src/commands/main.cpp src/commands/text_io.cpp src/commands/treebank.cpp)
+add_executable(orvelle-cli src/commands/command_line.cpp src/commands/main.cpp src/commands/text_io.cpp
+  src/commands/treebank.cpp src/commands/trials.cpp)
 set_target_properties(orvelle-cli PROPERTIES OUTPUT_NAME orvelle)
 target_compile_definitions(orvelle-cli PRIVATE ORVELLE_VERSION="${PROJECT_VERSION}")
 target_link_libraries(orvelle-cli PRIVATE orvelle_training)
