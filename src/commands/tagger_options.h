@@ -18,7 +18,7 @@
   "  --decode WHAT       path: the most probable sequence of tags (default); word: the\n" \
   "                      most probable tag of each word, a little more often right\n"     \
   "  --beam N            histories to follow where the model looks at more than two\n"    \
-  "                      preceding tags (64)\n"
+  "                      preceding tags (32)\n"
 
 namespace orvelle {
 

@@ -32,7 +32,7 @@ class Decoder {
   // Beyond `Max_Exact_Order` preceding tags the decoder follows the `beam` best histories at each word, below
   // it all.
   static constexpr int Max_Exact_Order = 2;
-  static constexpr size_t Default_Beam = 64;
+  static constexpr size_t Default_Beam = 32;
 
   explicit Decoder(ContextModel& context, size_t beam = Default_Beam) : context_(context), beam_(beam) {}
 
