@@ -39,8 +39,8 @@ class Skewed {
 struct Sample {
   Sample() : tag_names(Tags), words(Words) {
     for (int i = 0; i < Tags; ++i)
-      tag_names[i] = "T" + std::to_string(1000 + i) + ":Case=Nominative|Number=Singular";
-    for (int i = 0; i < Words; ++i) words[i] = "word" + std::to_string(100'000 + i);
+      tag_names[i] = std::string("T") + std::to_string(1000 + i) + ":Case=Nominative|Number=Singular";
+    for (int i = 0; i < Words; ++i) words[i] = std::string("word") + std::to_string(100'000 + i);
     std::vector<const char*> names;
     for (const std::string& name : tag_names) names.push_back(name.c_str());
     define_tagset(names, 0);
