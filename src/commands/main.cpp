@@ -14,26 +14,7 @@ using namespace orvelle;
 namespace {
 
 // In the order of the work: from a treebank to tagged text.
-const command_t* const Commands[] = {
-#ifdef ORVELLE_HAS_PREPARE
-    &Prepare_Command,
-#endif
-#ifdef ORVELLE_HAS_CHECK
-    &Check_Command,
-#endif
-#ifdef ORVELLE_HAS_TUNE
-    &Tune_Command,
-#endif
-#ifdef ORVELLE_HAS_TAG
-    &Tag_Command,
-#endif
-#ifdef ORVELLE_HAS_EVALUATE
-    &Evaluate_Command,
-#endif
-#ifdef ORVELLE_HAS_SHOW
-    &Show_Command,
-#endif
-};
+const command_t* const Commands[] = {&Prepare_Command, &Check_Command, &Tune_Command, &Tag_Command, &Evaluate_Command, &Show_Command};
 
 const command_t* find_command(std::string_view name) {
   for (const command_t* command : Commands)
