@@ -34,5 +34,7 @@ int main(int argc, char* argv[]) {
     train();
   } catch (const std::length_error&) {  // a container asked for more than any memory could hold
     space_error();
+  } catch (const std::bad_alloc&) {  // likewise an array, which the handler of failing allocations never sees
+    space_error();
   }
 }
