@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "affix/affix_lookup.h"
 #include "lexicon/tagset.h"
@@ -14,11 +13,13 @@ namespace {
 
 // The figures below were chosen on held-out parts of the training texts of two languages; see
 // docs/tagging.md.
-constexpr double Shape_Weight = 5.0;  // how many words the step before counts for: kind and shape
-constexpr double Affix_Weight = 2.0;  // the same: each further byte
+constexpr double Shape_Weight = 5.0;       // how many words the step before counts for: kind and shape
+constexpr double Affix_Weight = 2.0;       // the same: each further byte
+constexpr int64_t Tokens_for_Rare = 5000;  // of the corpus, for each occurrence of a rare word
 constexpr double Least_Count = 1e-9;
 constexpr double Negligible_Weight = 1e-4;
-constexpr size_t Long_Row = 8;  // words from which on a row's sum is kept
+constexpr double Any_Tag_Share = 0.01;  // of all tags alike, beside the open-class distribution
+constexpr size_t Long_Row = 8;          // words from which on a row's sum is kept
 constexpr int Shape_Bits = 8;
 constexpr int Kind_Bits = 6;
 constexpr int Key_Bits = 64;
@@ -78,13 +79,19 @@ word_keys_t keys_of(const char* word) {
 
 uint64_t first_bits(uint64_t key, int bits) { return key & ~uint64_t{0} << (Key_Bits - bits); }
 
-bool is_rare(const entrydata_t& data) { return data.freq >= 1 && data.freq <= Guesser::Rare_Frequency; }
+// In a small corpus words of closed classes are seldom too, so what counts as rare grows with the corpus.
+int rare_frequency() {
+  int64_t tokens = 0;
+  for (int i = 0; i < Fullform_Lexicon_Size; ++i) tokens += Fullform_Lexicon[i].data->freq;
+  return static_cast<int>(std::clamp<int64_t>(tokens / Tokens_for_Rare, 1, Guesser::Most_Rare_Frequency));
+}
 
 double weight_before(int bits) { return bits <= Shape_Bits ? Shape_Weight : Affix_Weight; }
 
 }  // namespace
 
-Guesser::Guesser() : result_(Number_of_Tags), by_beginning_(Number_of_Tags) {
+Guesser::Guesser()
+    : rare_frequency_(rare_frequency()), result_(Number_of_Tags), by_beginning_(Number_of_Tags) {
   for (int i = 0; i < Fullform_Lexicon_Size; ++i) {
     if (!is_rare(*Fullform_Lexicon[i].data)) continue;
     const word_keys_t keys = keys_of(Fullform_Lexicon[i].word);
@@ -135,7 +142,11 @@ const std::vector<double>& Guesser::shape_distribution(uint64_t key) {
   const auto [place, is_new] = shapes_.try_emplace(key >> (Key_Bits - Shape_Bits));
   std::vector<double>& sum = place->second;
   if (!is_new) return sum;
-  sum.assign(Number_of_Tags, 1.0 / Number_of_Tags);
+  sum.assign(Number_of_Tags, Any_Tag_Share / Number_of_Tags);
+  for (int i = 0; i < Open_Class_Node->number; ++i) {
+    const tagprob_t& pair = Open_Class_Node->tagprob[i];
+    sum[pair.tag] += (1.0 - Any_Tag_Share) * std::max(pair.prob, 0.0f);
+  }
   for (const int bits : {0, Kind_Bits, Shape_Bits}) {
     const auto before = [&](const rare_word_t& word, uint64_t k) { return word.key < k; };
     const uint64_t low = bits == 0 ? 0 : first_bits(key, bits);

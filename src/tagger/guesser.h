@@ -7,7 +7,7 @@
 //   key     kind  hyphen   period    'g'    'n'    'i'         "walking"
 //           `------ shape ------'    `--- ending, small letters, backwards; a 1 before its first byte
 //
-// A guess starts from the distribution of all rare words and moves on to those that share the kind, the
+// A guess starts from the open-class distribution and that of all rare words and moves on to those that share the kind, the
 // shape, the last byte, the last two and so on; each step mixes what the words of its row have with what the
 // step before gave. A second table of beginnings shifts the result a little.
 #pragma once
@@ -32,8 +32,8 @@ class Guesser {
   // which is then left out of account, or null. Valid until: the next call.
   const std::vector<double>& guess(const char* word, const entrydata_t* entry);
 
-  // The highest frequency of an entry that counts as rare.
-  static constexpr int Rare_Frequency = 30;
+  // The highest frequency of an entry that counts as rare, however large the corpus.
+  static constexpr int Most_Rare_Frequency = 30;
 
  private:
   struct rare_word_t {
@@ -59,12 +59,14 @@ class Guesser {
     double count;  // words in the row but the one left out
   };
 
+  bool is_rare(const entrydata_t& data) const { return data.freq >= 1 && data.freq <= rare_frequency_; }
   void add_row(Table& table, const step_t& step, uint64_t key, double weight, std::vector<double>& sum);
   const row_t& summed_row(Table& table, const step_t& step, uint64_t key);
   void descend(Table& table, uint64_t key, const entrydata_t* entry, std::vector<double>& result);
   const std::vector<double>& shape_distribution(uint64_t key);
   void guess_from_trees(const char* word);
 
+  int rare_frequency_;
   std::vector<pair_t> pairs_;  // the tags of the rare words side by side: their entries lie scattered
   Table endings_;
   Table beginnings_;
