@@ -195,6 +195,7 @@ SplitSearch::weights_t& SplitSearch::weights_of(int tags) {
 void SplitSearch::sum_afresh(weights_t& weights) {
   weights.sum = 0.0;
   weights.updates = 0;
+  weights.summed_freq = freq_;
   for (const double share : weights.share) weights.sum += share;
 }
 
@@ -214,7 +215,8 @@ void SplitSearch::refresh_weights(const std::vector<uint32_t>& changed) {
       forget_gone(weights, k);
     }
     weights.updates += 2 * changed.size();
-    if (weights.updates > 4 * count_.size() + 64) sum_afresh(weights);
+    // What was rounded while the node was much larger would stay in the sum, beyond the bound of the smaller node.
+    if (weights.updates > 4 * count_.size() + 64 || freq_ < weights.summed_freq / 2) sum_afresh(weights);
   }
 }
 
@@ -290,8 +292,9 @@ double SplitSearch::undivided_score() {
 
 // Bound on the difference between an approximate and an exact score. Every sum has at most 2K + U terms (K tags, U
 // single changes since the last fresh sum, at most 4K + 64 of them), works on partial sums of at most N * L (L the
-// largest logarithm), and each logarithm is off by its own error: N L ((6K + 64) u + 2 d). The exact evaluation with
-// the library's logarithm is off from the true value by at most N L (K + 16) u. u is 2^-53; the factor 4 is slack.
+// largest logarithm, N at most 2 freq_ since that fresh sum), and each logarithm is off by its own error:
+// N L ((6K + 64) u + 2 d). The exact evaluation with the library's logarithm is off from the true value by at most
+// N L (K + 16) u. u is 2^-53; the factor 4 is slack, half of it taken by N.
 double SplitSearch::error_bound() const {
   const double k = static_cast<double>(count_.size());
   return 4.0 * freq_ * log_limit_ * (2.0 * Approximate_Log_Error + (7.0 * k + 80.0) * 1.2e-16);

@@ -94,6 +94,7 @@ class SplitSearch {
     std::vector<double> share;  // b(count(k), w)
     double sum;                 // of the shares
     size_t updates;             // single changes of sum since it was last summed afresh
+    uint32_t summed_freq;       // freq_ at that time
     int last_used;              // step of the chain
     // Share of k that goes with r occurrences of it, share(k) - b(count(k) - r, w), at k * Small_Counts + r; NaN
     // until it is asked for. Most cells hold such a small count, so that all rows of a table share a few logarithms:
