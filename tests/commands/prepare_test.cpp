@@ -133,7 +133,7 @@ TEST_F(PrepareTest, RemarksWhatItMends) {
 
 TEST_F(PrepareTest, SetsSentencesAsideEvenly) {
   std::string text;
-  for (int i = 0; i < 10; ++i) text += "w" + std::to_string(i) + "\tX\n.\tSENT\n\n";
+  for (int i = 0; i < 10; ++i) text.append("w").append(std::to_string(i)).append("\tX\n.\tSENT\n\n");
   ASSERT_EQ(prepare(text, "--held-out 0.2").status, 0);
   EXPECT_EQ(read_file(dir_.path("made/test")), "w4\tX\n.\tSENT\n\nw9\tX\n.\tSENT\n\n");
   EXPECT_EQ(made().lexicon.find("w4"), std::string::npos);
