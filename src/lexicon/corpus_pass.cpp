@@ -22,7 +22,6 @@
 #include "context/ngram_table.h"
 #include "driver/settings.h"
 #include "lexicon/entries.h"
-#include "lexicon/make_lexicon.h"
 #include "lexicon/tagset.h"
 #include "support/errors.h"
 #include "support/files.h"
@@ -34,8 +33,8 @@ namespace orvelle {
 
 namespace {
 
-constexpr size_t Max_Cached_Bytes = 32
-                                    << 20;  // texts of distinct lines; a million words of English have 2 MB
+// Texts of distinct lines and what is kept beside them; the texts of a million words of English have 2 MB.
+constexpr size_t Max_Cached_Bytes = 32 << 20;
 
 // What a line of the corpus does, but for the counts that it raises.
 struct line_effect_t {
@@ -145,7 +144,7 @@ class LineCache {
       const int number = index_.peek(group.hashes[i]);
       if (number < 0) continue;
       __builtin_prefetch(lines_[number].text);
-      __builtin_prefetch(lines_[number].text + lines_[number].size - 1);  // often in the next cache line
+      __builtin_prefetch(lines_[number].text + lines_[number].size);  // often in the next cache line
     }
   }
 
@@ -178,9 +177,8 @@ class LineCache {
 
  private:
   std::vector<cached_line_t> lines_;
-  std::vector<raised_counts_t>
-      counts_;         // parallel; apart, because only the first sight and the end need them
-  StringIndex index_;  // from a text to its place in lines_
+  std::vector<raised_counts_t> counts_;  // parallel; apart, since only the first sight and the end need them
+  StringIndex index_;                    // from a text to its place in lines_
   StringArena texts_;
   size_t cached_bytes_ = 0;
   line_effect_t uncached_;
