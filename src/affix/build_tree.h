@@ -23,8 +23,8 @@ struct node_1 {
   double freq = 0.0;            // sum of the cells
   float info = 0.0f;            // entropy of the cells in bits
   std::vector<tagfreq_t> tags;  // in the order in which they first reached the node
-  std::vector<std::unique_ptr<node_1>>
-      children;  // in the order in which they were made; a default child first
+  // In the order in which they were made; a default child first.
+  std::vector<std::unique_ptr<node_1>> children;
 };
 
 // The word forms that shape the trees: those of at least 6 bytes with an open-class tag, in lexicon order.

@@ -32,8 +32,8 @@ struct node_t {
   uint32_t freq = 0;  // n-gram occurrences that reach the node
   node_t* yes = nullptr;
   node_t* no = nullptr;
-  std::vector<tag_count_t>
-      counts;  // occurrences a predicted tag, ascending; empty in an inner node reached by no
+  // Occurrences a predicted tag, ascending; empty in an inner node reached by no.
+  std::vector<tag_count_t> counts;
 };
 
 // Counts the n-grams of the corpus file and grows the tree. The nodes live until the next call. Ends the run if the
