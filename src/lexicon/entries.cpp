@@ -47,6 +47,7 @@ entry_t* fullform_lookup(const char* word) {
     entry_t* slot = &Wordclass_Lexicon[WA->wordclass(word, 0)];
     return slot->data != nullptr ? slot : nullptr;
   }
+  if (Fullform_Lexicon == nullptr) return nullptr;
   if (ord(word)) return &Fullform_Lexicon[Ordinal_Entry];
   if (card(word)) return &Fullform_Lexicon[Cardinal_Entry];
   return nullptr;

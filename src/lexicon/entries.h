@@ -34,8 +34,8 @@ inline constexpr int First_Entry = -2;  // index of the first entry in memory an
 inline constexpr int Cardinal_Entry = -2;
 inline constexpr int Ordinal_Entry = -1;
 
-// Fullform_Lexicon[First_Entry] to Fullform_Lexicon[Fullform_Lexicon_Size - 1]; written by define_lexicon alone. From
-// index 0 on strictly ascending by word form in byte order.
+// Fullform_Lexicon[First_Entry] to Fullform_Lexicon[Fullform_Lexicon_Size - 1]; written by define_lexicon alone,
+// null and 0 before. From index 0 on strictly ascending by word form in byte order.
 extern entry_t* Fullform_Lexicon;
 extern int Fullform_Lexicon_Size;
 
@@ -52,7 +52,8 @@ struct lexicon_storage_t {
 void define_lexicon(lexicon_storage_t storage);
 
 // The entry of a word form; for a word form that the lexicon does not list the entry that stands for it: its word
-// class if a word-class automaton is loaded, else the ordinal or the cardinal entry if it looks like one; or null.
+// class if a word-class automaton is loaded, else the ordinal or the cardinal entry if it looks like one; or null,
+// as for every word form before there is a lexicon. Valid until: another lexicon or automaton is loaded.
 entry_t* fullform_lookup(const char* word);
 
 // The same, but null for every word form that the lexicon does not list.
