@@ -25,9 +25,9 @@ inline constexpr int32_t Parameter_File_Mark = 32;  // the first value of every 
 void read_parameter_file(const char* name);
 
 // Both write to a file of that name, which is emptied first. Every write that fails, closing included, ends
-// the run through error with "Can't write to output file". They belong to the training library.
+// the run through error with "Can't write to output file".
 //
-// Writes the tables that the training left, and the tree under `root`.
+// Writes the tables that the training left, and the tree under `root`. Part of the training, which is not installed.
 void write_parameter_file(const char* name, const struct node_t* root);
 
 // Writes the tables that read_parameter_file loaded: the bytes that it read.

@@ -1,7 +1,6 @@
 #include "lexicon/entries.h"
 #include "lexicon/lemmas.h"
 #include "lexicon/lexicon_section.h"
-#include "lexicon/make_lexicon.h"
 #include "lexicon/tagset.h"
 #include "support/binary_output.h"
 

@@ -27,8 +27,6 @@
 
 namespace orvelle {
 
-std::vector<int> Tag_Freq;
-
 namespace {
 
 void say(const char* stage) {

@@ -2,13 +2,7 @@
 // probabilities, and to the affix trees.
 #pragma once
 
-#include <vector>
-
 namespace orvelle {
-
-// Corpus tokens of each tag, whether or not the lexicon knows the word form; indexed by tag number. Written by the
-// corpus pass of make_lexicon alone, empty before.
-extern std::vector<int> Tag_Freq;
 
 // Runs the stage. Leaves the tagset, the lemma table, the lexicon with its final probabilities, Open_Class, Tag_Freq
 // and the affix lexicons behind. Every failure ends the run.

@@ -10,6 +10,7 @@ namespace orvelle {
 std::vector<const char*> Tag;
 int Number_of_Tags = 0;
 int Sent_Tag = 0;
+std::vector<int> Tag_Freq;
 
 namespace {
 

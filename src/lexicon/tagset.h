@@ -16,6 +16,10 @@ extern std::vector<const char*> Tag;
 extern int Number_of_Tags;
 extern int Sent_Tag;  // number of the sentence tag
 
+// Corpus tokens of each tag, whether or not the lexicon knows the word form; indexed by tag number. Written by the
+// corpus pass of the training alone, empty before and in a program that only loads.
+extern std::vector<int> Tag_Freq;
+
 // Makes `names` the tagset. The names themselves belong to the caller and must outlive every use of the tagset.
 void define_tagset(std::vector<const char*> names, int sent_tag);
 
