@@ -1,5 +1,7 @@
 // The settings of a run: plain globals with defaults. The command line writes them before training starts; loading a
-// parameter file writes UTF8_Processing and Context_Size. Everything else only reads them.
+// parameter file writes UTF8_Processing, a program without one sets it itself. Everything else only reads them.
+// The other settings are those of the training and say nothing of a loaded file: the number of preceding tags
+// of its tree is Context_Tree.context_size.
 #pragma once
 
 namespace orvelle {
