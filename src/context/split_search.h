@@ -23,7 +23,7 @@ namespace orvelle {
 struct chain_start_t {
   std::vector<uint32_t> ngrams;     // numbers in the n-gram table, by ascending predicted tag
   std::vector<tag_count_t> counts;  // occurrences a predicted tag, ascending, without zeros
-  std::vector<double> q;            // parallel to counts: the node's probability of the tag, the chain's prior
+  std::vector<double> q;            // parallel to counts: the node's own probability, the chain's prior
   uint32_t freq = 0;                // sum of the counts
   double entropy = 0.0;             // as computed when the node was made
   std::vector<int> positions;       // that may be tested, from near to far
