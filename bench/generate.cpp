@@ -65,16 +65,18 @@ void close(FILE* file) {
 
 constexpr char Consonants[] = "bdfghjklmnprstvwxzcq", Vowels[] = "aeiou";
 
-// One of 40 beginnings and four syllables; different for different numbers below 100,000,000.
+// One of 40 beginnings and five syllables; different for different numbers below 400,000,000. Four numbers in a row
+// differ in the last syllable only, as the words of a family do.
 std::string stem(uint64_t number) {
-  std::string result = {'o', Consonants[number % 20], Vowels[number / 20 % 2]};
-  number =
-      number * 61'803'399 % 100'000'000;  // spreads neighbours; the factor shares no divisor with the modulus
+  const uint64_t last = number % 4;
+  // Spreads the families; the factor shares no divisor with the modulus.
+  number = number / 4 * 61'803'399 % 100'000'000;
+  std::string result = {'o', Consonants[number / 1'000'000 % 20], Vowels[number / 20'000'000 % 2]};
   for (int i = 0; i < 4; ++i, number /= 100) {
     result += Consonants[number % 20];
     result += Vowels[number / 20 % 5];
   }
-  return result;
+  return result + Consonants[last] + 'a';
 }
 
 // Four letters, different for different tags.
