@@ -6,13 +6,6 @@
 
 namespace orvelle {
 
-namespace {
-
-// Share of a tag's overall probability that every context leaves to it.
-constexpr double Floor_Share = 1e-4;
-
-}  // namespace
-
 ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors)
     : tree_(tree), number_of_tags_(static_cast<int>(tag_factors.size())), full_(tree.context_size, 0) {
   for (const context_node_t& node : tree.nodes)
@@ -21,8 +14,8 @@ ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>
   shift_ = 64 - std::countr_zero(slots);
   slots_.assign(slots * (order_ + 1), -1);
   for (const double factor : tag_factors) {
-    const double floor = Floor_Share / factor;
-    floor_.push_back(std::isfinite(floor) && floor > 0.0 ? floor : Floor_Share);
+    const double share = 1.0 / factor;
+    overall_.push_back(std::isfinite(share) && share > 0.0 ? share : 1.0);
   }
 }
 

@@ -37,14 +37,23 @@ class ContextModel {
     return tree_.leaves[slot[0]];
   }
 
-  // The probability of a tag at a leaf, never below a floor: a tree trained without smoothing leaves tags
-  // out, and a text would have no path at all through the first context that the training has not seen.
+  // The probability of a tag at a leaf. A tree trained without smoothing leaves tags out, and a text would have no path
+  // through the first context that the training has not seen: such a leaf is mixed with the tags' overall distribution,
+  // which counts for Sparse_Leaf_Weight n-grams. Below all that lies a floor, for values that no path could bear.
   double probability(const context_leaf_t& leaf, int32_t tag) const {
-    const double p = leaf.n == number_of_tags_ ? leaf.prob[tag] : tag_probability(leaf, tag);
-    return p > floor_[tag] ? p : floor_[tag];
+    double p;
+    if (leaf.n == number_of_tags_)
+      p = leaf.prob[tag];
+    else
+      p = (leaf.freq * tag_probability(leaf, tag) + Sparse_Leaf_Weight * overall_[tag]) /
+          (leaf.freq + Sparse_Leaf_Weight);
+    const double floor = Floor_Share * overall_[tag];
+    return p > floor ? p : floor;
   }
 
  private:
+  static constexpr double Sparse_Leaf_Weight = 1.0;
+  static constexpr double Floor_Share = 1e-6;
   static constexpr size_t Memo_Size = 1 << 18;  // 32-bit values, 1 MB: what the second-level cache holds
 
   size_t slot_of(const int32_t* preceding) const {
@@ -59,9 +68,9 @@ class ContextModel {
   int number_of_tags_;
   int order_ = 0;
   int shift_ = 63;
-  std::vector<double> floor_;   // by tag
-  std::vector<int32_t> slots_;  // of order_ + 1 values: the leaf, -1 for an empty slot, and the tags
-  std::vector<int32_t> full_;   // a context of context_size tags, for the walk
+  std::vector<double> overall_;  // share of each tag in the corpus; above 0
+  std::vector<int32_t> slots_;   // of order_ + 1 values: the leaf, -1 for an empty slot, and the tags
+  std::vector<int32_t> full_;    // a context of context_size tags, for the walk
 };
 
 }  // namespace orvelle
