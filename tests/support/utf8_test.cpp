@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <bit>
-#include <random>
 #include <string>
 
 #include "test_support.h"
@@ -68,32 +67,6 @@ TEST(Utf8, EveryCodePointSurvives) {
     EXPECT_EQ(unichar_to_utf8(u, buffer), 0);
     EXPECT_STREQ(buffer, "");
   }
-}
-
-// The decoder once more, by arithmetic on the parts of a string whose bytes are all there or not.
-std::pair<uint32_t, size_t> slow_decode(const std::string& s) {
-  const auto lead = static_cast<unsigned char>(s[0]);
-  const size_t size = lead < 128 ? 1 : lead < 192 ? 0 : lead < 224 ? 2 : lead < 240 ? 3 : 4;
-  uint32_t value = size < 2 ? lead : lead % (size == 2 ? 32 : size == 3 ? 16 : 8);
-  bool whole = size > 0 && s.size() >= size;
-  for (size_t i = 1; whole && i < size; ++i) {
-    whole = static_cast<unsigned char>(s[i]) / 64 == 2;
-    value = value * 64 + static_cast<unsigned char>(s[i]) % 64;
-  }
-  return whole ? std::pair{value, size} : std::pair{Replacement_Char, size_t{1}};
-}
-
-TEST(Utf8, AgreesWithTheSlowDecoderOnRandomBytes) {
-  std::mt19937 random(20);
-  stderr_of([&] {  // thousands of warnings
-    for (int round = 0; round < 50000; ++round) {
-      std::string s(1 + random() % 5, '\0');
-      for (char& c : s) c = static_cast<char>(random() % 2 ? 0x80 + random() % 0x80 : 1 + random() % 255);
-      size_t length = 0;
-      const uint32_t code_point = utf8_get_char(s.c_str(), &length);
-      ASSERT_EQ(std::make_pair(code_point, length), slow_decode(s)) << testing::PrintToString(s);
-    }
-  });
 }
 
 }  // namespace
