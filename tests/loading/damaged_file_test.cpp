@@ -99,14 +99,8 @@ TEST(DamagedFileDeathTest, IsRefusedByName) {
       {"order of the lemmas", [](auto& f) { f.lemmas[3] = "\xC3"; }},
       {"order of the word forms", [](auto& f) { f.entries[3].word = "."; }},
       {"word form of a number entry", [](auto& f) { f.entries[1].word = "x"; }},
-      {"tags of an entry",
-       [](auto& f) {
-         f.entries[3].tags = {1, 1};
-       }},
-      {"tags of an entry",
-       [](auto& f) {
-         f.entries[3].tags = {0, 3};
-       }},
+      {"tags of an entry", [](auto& f) { f.entries[3].tags[1] = 0; }},  // twice
+      {"tags of an entry", [](auto& f) { f.entries[3].tags[1] = 3; }},
       {"frequency of an entry", [](auto& f) { f.entries[3].freq = -1; }},
       {"lemma number of an entry", [](auto& f) { f.entries[3].lemmas[1] = 5; }},
       {"nodes of the suffix tree", [](auto& f) { f.suffix.nodes.clear(); }},
@@ -117,13 +111,9 @@ TEST(DamagedFileDeathTest, IsRefusedByName) {
       {"children in the prefix tree", [](auto& f) { f.prefix.nodes[0].number = 1; }},   // unreachable
       {"children in the prefix tree", [](auto& f) { f.prefix.nodes[1].number = 2; }},   // past the end
       {"symbols in the prefix tree", [](auto& f) { f.prefix.nodes[2].symbol = 'w'; }},
-      {"symbols in the prefix tree", [](auto& f) { f.prefix.nodes[2].symbol = 255; }},
       {"tags in the prefix tree", [](auto& f) { f.prefix.pairs[2].tag = 3; }},
       {"negative number of tag pairs of an affix", [](auto& f) { f.suffix.nodes[0].number = -1; }},
-      {"open-class node",
-       [](auto& f) {
-         f.open_class = {{{0, 257, 1, 0}}, {}};
-       }},
+      {"open-class node", [](auto& f) { f.open_class.nodes[0].symbol = 256; }},
       {"tags of the open-class node", [](auto& f) { f.open_class.pairs[0].tag = -1; }},
       {"number of preceding tags", [](auto& f) { f.context_size = 0; }},
       {"position in the decision tree", [](auto& f) { f.context_size = 1; }},

@@ -41,6 +41,13 @@ TEST(Inputs, EndsTheRunWithoutANul) {
   }
 }
 
+// ctest gives every test a process of its own.
+TEST(Lookup, FindsNothingBeforeThereIsALexicon) {
+  if (Fullform_Lexicon != nullptr) GTEST_SKIP() << "another test has loaded one";
+  for (const char* word : {"dog", "3", "3."}) EXPECT_EQ(fullform_lookup(word), nullptr) << word;
+  EXPECT_EQ(prefix_leaf("dog"), nullptr);
+}
+
 // The second file replaces the tables of the first.
 TEST_F(Loaded, HasTheTablesOfTheFile) {
   load({});
