@@ -165,8 +165,8 @@ def kernels():
             "ngram_counting/2": "token", "ngram_counting/4": "token", "node_tables": "n-gram and position",
             "node_scores": "candidate test"}  # fmt: skip
     medians = {r["run_name"]: r["items_per_second"] for r in results if r.get("aggregate_name") == "median"}
-    rows = [[f"`{name}`", f"{1e9 / speed:.1f} ns", "a " + unit.get(name, "lookup")] for name, speed in medians.items()]
-    return table(["kernel", "time", "for"], rows)
+    rows = [[f"`{name}`", f"{1e9 / speed:.1f} ns", unit.get(name, "lookup")] for name, speed in medians.items()]
+    return table(["kernel", "time", "per"], rows)
 
 
 def where():
