@@ -247,5 +247,22 @@ TEST_F(Corpora, SearchChoosesAsExactEvaluationDoes) {
   EXPECT_GT(check.exact_candidates, 100u);  // near ties did occur
 }
 
+// What is rounded in the sums of a node of millions must not outlast the test that takes most of it off.
+TEST_F(Corpora, ErrorsOfALargeNodeDoNotReachTheSmallOnesBelow) {
+  set_tags(60);
+  Context_Size = 1;
+  Min_Info_Gain = 0.0;
+  std::vector<int> corpus(3'000'000, 0);
+  for (int i = 0; i < 400; ++i)
+    corpus.push_back(1 + (below(3) ? corpus.back() * 7 + below(3) : below(59)) % 59);
+  split_check_t check;
+  Split_Check = &check;
+  train(corpus);
+  Split_Check = nullptr;
+  EXPECT_GT(check.nodes, 10u);
+  EXPECT_EQ(check.wrong_choices, 0u);
+  EXPECT_LT(check.worst_error, 1.0);
+}
+
 }  // namespace
 }  // namespace orvelle
