@@ -101,7 +101,7 @@ class TreeGrower {
         sums_.add(words_.pairs[i].tag, words_.pairs[i].freq);
     node.tags = sums_.take();
     calc_info(node);
-    if (depth == Max_Affix_Length) return;
+    if (depth == Max_Affix_Length || stays_leaf(words)) return;
     uint32_t start = 0;
     for (const group_t& group : partition(words, depth)) {
       auto child = std::make_unique<node_1>();
@@ -112,6 +112,10 @@ class TreeGrower {
     }
     prune_children(node);
   }
+
+  // The nodes below a single word form all have its tags and a gain of 0, so that any positive threshold prunes them
+  // again. Most nodes are such: with them the trees took twice the time.
+  static bool stays_leaf(std::span<uint32_t> words) { return words.size() == 1 && Cut_Off_Gain > 0.0; }
 
   // Brings words with the same byte at `depth` together, keeping their order; groups in order of their first word.
   std::vector<group_t> partition(std::span<uint32_t> words, int depth) {

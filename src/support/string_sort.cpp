@@ -4,9 +4,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstring>
 #include <numeric>
-
-#include "support/strings.h"
 
 namespace orvelle {
 
@@ -31,7 +30,7 @@ uint64_t head_of(const char* s) {
 std::vector<uint32_t> sorted_order(const std::vector<const char*>& strings) {
   std::vector<uint32_t> order(strings.size());
   std::iota(order.begin(), order.end(), 0u);
-  const auto descends = [](const char* a, const char* b) { return str_cmp(a, b) > 0; };
+  const auto descends = [](const char* a, const char* b) { return std::strcmp(a, b) > 0; };
   if (std::adjacent_find(strings.begin(), strings.end(), descends) == strings.end()) return order;
 
   std::vector<key_t> keys(strings.size());
@@ -40,7 +39,7 @@ std::vector<uint32_t> sorted_order(const std::vector<const char*>& strings) {
     if (a.head != b.head) return a.head < b.head;
     // A zero byte in the heads is the end of both strings.
     if ((a.head & 0xFF) == 0) return false;
-    return str_cmp(strings[a.number] + 8, strings[b.number] + 8) < 0;
+    return std::strcmp(strings[a.number] + 8, strings[b.number] + 8) < 0;
   });
   for (size_t i = 0; i < keys.size(); ++i) order[i] = keys[i].number;
   return order;
