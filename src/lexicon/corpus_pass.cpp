@@ -115,6 +115,7 @@ void add_hits(const line_effect_t& effect, const raised_counts_t& counts, int hi
 struct line_group_t {
   std::array<std::string_view, Max_Words_At_Once> lines;
   std::array<uint32_t, Max_Words_At_Once> hashes;
+  std::array<int, Max_Words_At_Once> candidates;        // the cached line with that hash, or -1
   std::array<likely_word_t, Max_Words_At_Once> likely;  // of the lines that seem to be new
   size_t size = 0;
 };
@@ -128,7 +129,7 @@ class LineCache {
     std::array<size_t, Max_Words_At_Once> line_of_word;
     size_t count = 0;
     for (size_t i = 0; i < group.size; ++i) {
-      const int number = index_.peek(group.hashes[i]);
+      const int number = group.candidates[i] = index_.candidate(group.hashes[i]);
       group.likely[i] = {};
       if (number >= 0) {
         __builtin_prefetch(&lines_[number]);
@@ -141,7 +142,7 @@ class LineCache {
     find_entries(std::span(words).first(count), entries.data());
     for (size_t i = 0; i < count; ++i) group.likely[line_of_word[i]] = {words[i], entries[i]};
     for (size_t i = 0; i < group.size; ++i) {
-      const int number = index_.peek(group.hashes[i]);
+      const int number = group.candidates[i];
       if (number < 0) continue;
       __builtin_prefetch(lines_[number].text);
       __builtin_prefetch(lines_[number].text + lines_[number].size);  // often in the next cache line
@@ -151,7 +152,9 @@ class LineCache {
   // What line i of a prepared group does; counts it as seen once more. Valid until: the next call.
   const line_effect_t& see(const line_group_t& group, size_t i) {
     const std::string_view line = group.lines[i];
-    int number = index_.find(line, group.hashes[i], [this](int k) { return lines_[k].view(); });
+    int number = group.candidates[i];
+    if (number < 0 || lines_[number].view() != line)
+      number = index_.find(line, group.hashes[i], [this](int k) { return lines_[k].view(); });
     if (number < 0) {
       raised_counts_t counts;
       const line_effect_t effect = resolve_line(line, group.likely[i], counts);

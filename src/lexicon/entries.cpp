@@ -57,7 +57,7 @@ void find_entries(std::span<const std::string_view> words, entry_t** entries) {
   std::array<uint32_t, Max_Words_At_Once> hashes;
   for (size_t i = 0; i < words.size(); ++i) Word_Index.prefetch(hashes[i] = hash_bytes(words[i]));
   for (size_t i = 0; i < words.size(); ++i) {
-    const int likely = Word_Index.peek(hashes[i]);
+    const int likely = Word_Index.candidate(hashes[i]);
     entries[i] = likely >= 0 ? &Fullform_Lexicon[likely] : nullptr;
     __builtin_prefetch(entries[i]);
   }

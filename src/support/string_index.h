@@ -78,8 +78,13 @@ class StringIndex {
     if (!slots_.empty()) __builtin_prefetch(&slots_[hash & mask_]);
   }
 
-  // The number in that slot, most often the one that find will return; or -1.
-  int peek(uint32_t hash) const { return slots_.empty() ? -1 : slots_[hash & mask_].number; }
+  // The first number with that hash, nearly always the one that find returns; -1 if there is none.
+  int candidate(uint32_t hash) const {
+    if (slots_.empty()) return -1;
+    for (size_t i = hash & mask_; slots_[i].number >= 0; i = (i + 1) & mask_)
+      if (slots_[i].hash == hash) return slots_[i].number;
+    return -1;
+  }
 
   void clear() { *this = StringIndex(); }
 
