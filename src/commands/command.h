@@ -39,6 +39,9 @@ extern const command_t Show_Command;
 // The command that runs; written by main before it calls `run`. Its name begins every remark.
 extern const command_t* Current_Command;
 
+// What --version prints, of the program and of each command; returns status 0.
+int print_version();
+
 // Prints a message and where help is to be found, and ends the process with status 2.
 [[noreturn, gnu::format(printf, 1, 2)]] void misuse(const char* format, ...);
 
@@ -49,7 +52,8 @@ struct option_t {
 
 // The arguments of a command, read as far as their form goes. Options are written --name VALUE or
 // --name=VALUE and may stand anywhere; "--" ends them; "-" and all else are operands. --help prints the help
-// to standard output and ends the process with status 0. Whatever is wrong ends it through misuse.
+// to standard output, --version the version, and both end the process with status 0. Whatever is wrong ends it through
+// misuse.
 class CommandLine {
  public:
   // `most` below 0: no limit.

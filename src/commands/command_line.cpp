@@ -23,6 +23,13 @@ void misuse(const char* format, ...) {
   std::exit(2);
 }
 
+int print_version() {
+  TextOutput out("-");
+  out.put("orvelle " ORVELLE_VERSION "\n");
+  out.close();
+  return 0;
+}
+
 CommandLine::CommandLine(int argc, char** argv, std::span<const option_t> options, int least, int most) {
   bool are_options = true;
   for (int i = 1; i < argc; ++i) {
@@ -48,6 +55,7 @@ int CommandLine::take_option(int argc, char** argv, int i, std::span<const optio
     out.close();
     std::exit(0);
   }
+  if (argument == "--version") std::exit(print_version());
   const std::string_view name = argument.substr(0, argument.find('='));
   for (const option_t& option : options) {
     if (!name.starts_with("--") || name.substr(2) != option.name) continue;

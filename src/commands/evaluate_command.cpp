@@ -92,9 +92,9 @@ class Run {
     std::string list;
     for (const auto* row : largest(result_.foreign_tags, Most, words))
       list += (list.empty() ? "" : ", ") + printable(row->first) + " " + std::to_string(row->second);
-    remark("%zu tags of the corpus are not in the model, and their words count as wrong: %s%s",
-           result_.foreign_tags.size(), list.c_str(),
-           result_.foreign_tags.size() > static_cast<size_t>(Most) ? ", ..." : "");
+    const size_t tags = result_.foreign_tags.size();
+    remark("%zu tag%s of the corpus not in the model, whose words count as wrong: %s%s", tags,
+           tags == 1 ? "" : "s", list.c_str(), tags > static_cast<size_t>(Most) ? ", ..." : "");
   }
 
   TextInput& in_;
@@ -112,7 +112,9 @@ void put_score(TextOutput& out, const char* name, const score_t& score) {
     out.print("%-16s %8.2f%% %12lld\n", name, percent(score.accuracy()), static_cast<long long>(score.words));
 }
 
-void put_table(TextOutput& out, const CommandLine& line, const evaluation_t& result, double seconds) {
+// `tags` and `confusions` limit the rows, 0 for all.
+void put_table(TextOutput& out, const evaluation_t& result, int64_t tags, int64_t confusions,
+               double seconds) {
   out.print("%-16s %9s %12s\n", "", "accuracy", "number");
   put_score(out, "all words", result.all);
   put_score(out, "known words", result.known);
@@ -121,13 +123,11 @@ void put_table(TextOutput& out, const CommandLine& line, const evaluation_t& res
   put_score(out, "sentences", result.sentences);
 
   out.print("\n%-16s %9s %9s %9s %9s\n", "tag", "precision", "recall", "F1", "number");
-  const int64_t tags = line.integer("tags", 20, 0, INT64_MAX);
   for (const tag_row_t* row : largest(result.tags, tags, [](const tag_row_t& r) { return r.second.gold; })) {
     const tag_score_t& score = row->second;
     out.print("%-16s %8.2f%% %8.2f%% %8.2f%% %9lld\n", row->first.c_str(), percent(score.precision()),
               percent(score.recall()), percent(score.f1()), static_cast<long long>(score.gold));
   }
-  const int64_t confusions = line.integer("confusions", 10, 0, INT64_MAX);
   if (!result.confusions.empty())
     out.print("\n%9s  %-16s %-16s %s\n", "number", "gold tag", "tag given", "such as");
   for (const confusion_row_t* row :
@@ -203,10 +203,13 @@ void put_json(TextOutput& out, const evaluation_t& result, double seconds) {
 int evaluate_command(int argc, char** argv) {
   const CommandLine line(argc, argv, Options, 1, 2);
   const Tagger::Choice choice = choice_option(line);
-  load_model(line, line.operands()[0]);
+  const size_t beam = beam_option(line);
+  const int64_t tags = line.integer("tags", 20, 0, INT64_MAX);
+  const int64_t confusions = line.integer("confusions", 10, 0, INT64_MAX);
+  load_model(line);
   TextInput in(line.operands().size() > 1 ? line.operands()[1] : "-");
   const auto start = std::chrono::steady_clock::now();
-  Tagger tagger(choice, beam_option(line));
+  Tagger tagger(choice, beam);
   Run run(tagger, in);
   run.run();
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
@@ -214,7 +217,7 @@ int evaluate_command(int argc, char** argv) {
   if (line.has("json"))
     put_json(out, run.result(), seconds);
   else
-    put_table(out, line, run.result(), seconds);
+    put_table(out, run.result(), tags, confusions, seconds);
   out.close();
   return 0;
 }

@@ -14,7 +14,8 @@ using namespace orvelle;
 namespace {
 
 // In the order of the work: from a treebank to tagged text.
-const command_t* const Commands[] = {&Prepare_Command, &Check_Command, &Tune_Command, &Tag_Command, &Evaluate_Command, &Show_Command};
+const command_t* const Commands[] = {&Prepare_Command, &Check_Command,    &Tune_Command,
+                                     &Tag_Command,     &Evaluate_Command, &Show_Command};
 
 const command_t* find_command(std::string_view name) {
   for (const command_t* command : Commands)
@@ -37,13 +38,6 @@ int print_overview() {
       "  orvelle --version                               the version\n"
       "\n"
       "A file name - stands for standard input or output. Status 0: done, 1: failed, 2: misused.\n");
-  out.close();
-  return 0;
-}
-
-int print_version() {
-  TextOutput out("-");
-  out.put("orvelle " ORVELLE_VERSION "\n");
   out.close();
   return 0;
 }

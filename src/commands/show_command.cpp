@@ -17,6 +17,7 @@
 
 #include "affix/affix_lookup.h"
 #include "commands/command.h"
+#include "commands/tagger_options.h"
 #include "commands/text_io.h"
 #include "context/context_tree.h"
 #include "driver/parameter_file.h"
@@ -27,6 +28,7 @@
 #include "lexicon/tagset.h"
 #include "support/strings.h"
 #include "support/word_forms.h"
+#include "tagger/guesser.h"
 
 namespace orvelle {
 
@@ -37,8 +39,8 @@ constexpr const char* Help =
     "\n"
     "Shows what is in a parameter file; without an option a summary.\n"
     "\n"
-    "  --word FORM        the form's entry or, if it has none, the way through the affix\n"
-    "                     trees that leads to its guess; may be repeated\n"
+    "  --word FORM        the form's entry or, if it has none, the ways through the affix\n"
+    "                     trees and what the tagger guesses; may be repeated\n"
     "  --context 'TAG...' for the tags before a word, the nearest last: the way through the\n"
     "                     decision tree, and the distribution at its end\n"
     "  --tree             the decision tree as indented text\n"
@@ -215,6 +217,12 @@ void show_word(TextOutput& out, const char* word, size_t most) {
   for (const affix_tree_view_t& tree : affix_trees()) show_affix_walk(out, tree, word, most);
   out.put("  open classes:\n");
   put_columns(out, best(distribution(*Open_Class_Node), most));
+  Guesser guesser;
+  distribution_t guess;
+  for (const double prob : guesser.guess(word, nullptr))
+    guess.push_back({static_cast<int>(guess.size()), prob});
+  out.put("  the tagger's guess:\n");
+  put_columns(out, best(std::move(guess), most));
 }
 
 // ---- decision tree
@@ -487,7 +495,7 @@ int show_command(int argc, char** argv) {
   const size_t most_in_tree = line.has("best") ? most : 3;
   const int32_t depth = static_cast<int32_t>(line.integer("depth", -1, 0, Most));
   const char* const name = line.operands()[0];
-  read_parameter_file(std::strcmp(name, "-") == 0 ? "/dev/stdin" : name);
+  read_parameter_file(path_of(name));
 
   TextOutput out("-");
   if (!any) show_summary(out);

@@ -34,7 +34,7 @@ constexpr const char* Help =
     "                      of the text, the most probable first: TAB, tag, blank, lemma,\n"
     "                      blank, probability for each; always at least one\n"
     "  --markup            lines that begin with < and end with > are no words and pass\n"
-    "                      through\n"
+    "                      through; tags inside a word do not count when it is looked up\n"
     "  --conllu            the text is CoNLL-U: fill in its columns for lemma and tag\n"
     "  --column WHICH      the column for the tag: xpos (default) or upos\n" ORVELLE_TAGGER_HELP;
 
@@ -90,7 +90,10 @@ bool is_number(std::string_view text) {
 class TextTagger {
  public:
   TextTagger(const CommandLine& line, TextInput& in, TextOutput& out)
-      : settings_(settings_of(line)), in_(in), out_(out), tagger_(choice_option(line), beam_option(line)) {}
+      : settings_(settings_of(line)),
+        in_(in),
+        out_(out),
+        tagger_(choice_option(line), beam_option(line), settings_.markup) {}
 
   void run() {
     ProgressLine progress("tagging");
@@ -132,9 +135,9 @@ class TextTagger {
     text_ += text;
     words_ += line.is_word;
     lines_.push_back(line);
-    if (words_ >= Tagger::Longest_Piece || (text_.size() > Longest_Text && words_ > Tagger::Waiting_Words)) {
+    if (words_ >= Tagger::Longest_Piece || text_.size() > Longest_Text) {
       tag_words();
-      write_words(words_ - Tagger::Waiting_Words);
+      write_words(words_ > Tagger::Waiting_Words ? words_ - Tagger::Waiting_Words : words_);
     }
   }
 
@@ -269,8 +272,10 @@ class TextTagger {
 
 int tag_command(int argc, char** argv) {
   const CommandLine line(argc, argv, Options, 1, 2);
-  settings_of(line);
-  load_model(line, line.operands()[0]);
+  settings_of(line);  // misuse is told before the work begins
+  choice_option(line);
+  beam_option(line);
+  load_model(line);
   TextInput in(line.operands().size() > 1 ? line.operands()[1] : "-");
   TextOutput out(line.value("output", "-"));
   TextTagger(line, in, out).run();

@@ -1,9 +1,12 @@
 // The options that the commands which tag have in common.
 #pragma once
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
+#include <vector>
 
 #include "commands/command.h"
 #include "commands/text_io.h"
@@ -22,12 +25,19 @@
 
 namespace orvelle {
 
-// Loads the parameter file and, if one is given, the transducer.
-inline void load_model(const CommandLine& line, const char* parameter_file) {
-  read_parameter_file(parameter_file);
+// The name to open a binary file or a transducer by, "-" for standard input.
+inline const char* path_of(const char* name) { return std::strcmp(name, "-") == 0 ? "/dev/stdin" : name; }
+
+// Loads the parameter file, the first operand, and the transducer if one is given. The second operand is the text;
+// without it standard input is.
+inline void load_model(const CommandLine& line) {
+  const std::vector<const char*>& files = line.operands();
+  const char* const inputs[] = {files[0], files.size() > 1 ? files[1] : "-", line.value("wordclass", "")};
+  if (std::ranges::count(inputs, std::string_view("-")) > 1) misuse("only one file can be standard input");
+  read_parameter_file(path_of(files[0]));
   const char* const name = line.value("wordclass", nullptr);
   if (name == nullptr) return;
-  FILE* const file = std::fopen(name, "r");
+  FILE* const file = std::fopen(path_of(name), "r");
   if (file == nullptr) stop("can't open %s: %s", name, std::strerror(errno));
   read_wordclass(file);
   std::fclose(file);

@@ -104,6 +104,58 @@ std::string pair_key(std::string_view form, std::string_view tag) {
   return key;
 }
 
+// Calls `action(form, tag, reading, is_first)` for each reading, "tag lemma", of each word form of a lexicon.
+template <class Action>
+void for_each_reading(std::string_view lexicon, Action action) {
+  for_each_line(lexicon, [&](std::string_view line) {
+    const std::string_view form = take_field(line, '\t');
+    bool is_first = true;
+    while (!line.empty()) {
+      const std::string_view reading = take_field(line, '\t');
+      action(form, reading.substr(0, reading.find(' ')), reading, is_first);
+      is_first = false;
+    }
+  });
+}
+
+// The lexicon of a fold's training: its text without the readings that only the held-out sentences know. `tags` are those
+// that it lists then. The last reading of a tag that the training needs stays.
+template <class IsDropped>
+std::string fold_lexicon(std::string_view lexicon, const string_set_t& needed, IsDropped is_dropped,
+                         string_set_t& tags) {
+  for_each_reading(lexicon, [&](std::string_view form, std::string_view tag, std::string_view, bool) {
+    if (!is_dropped(form, tag)) tags.insert(tag);
+  });
+  std::string result;
+  bool has_form = false;  // the line of this word form is begun
+  for_each_reading(lexicon,
+                   [&](std::string_view form, std::string_view tag, std::string_view reading, bool is_first) {
+                     if (is_first) has_form = false;
+                     if (is_dropped(form, tag) && (tags.contains(tag) || !needed.contains(tag))) return;
+                     tags.insert(tag);
+                     if (!has_form) {
+                       if (!result.empty()) result += '\n';
+                       result += form;
+                       has_form = true;
+                     }
+                     (result += '\t') += reading;
+                   });
+  return result += '\n';
+}
+
+// The open-class tags that the fold's lexicon has.
+std::string fold_open_classes(std::string_view text, const string_set_t& tags) {
+  constexpr std::string_view Blanks = " \t\n\r\v\f";
+  std::string result;
+  for (size_t start; (start = text.find_first_not_of(Blanks)) != std::string_view::npos;) {
+    text.remove_prefix(start);
+    const std::string_view tag = text.substr(0, text.find_first_of(Blanks));
+    if (tags.contains(tag)) (result += tag) += '\n';
+    text.remove_prefix(tag.size());
+  }
+  return result;
+}
+
 }  // namespace
 
 Folds::Folds(const char* lexicon, const char* open_classes, const char* corpus, int folds, uint64_t seed)
@@ -158,47 +210,8 @@ void Folds::make_fold(size_t number, const std::vector<size_t>& fold_of) {
     return held_back.contains(key) && !seen.contains(key);
   };
   string_set_t tags;  // of the fold's lexicon
-  const auto for_each_reading = [&](auto action) {
-    for_each_line(lexicon_, [&](std::string_view line) {
-      const std::string_view form = take_field(line, '\t');
-      bool is_first = true;
-      while (!line.empty()) {
-        const std::string_view reading = take_field(line, '\t');
-        const std::string_view tag = reading.substr(0, reading.find(' '));
-        action(form, tag, reading, is_first);
-        is_first = false;
-      }
-    });
-  };
-  for_each_reading([&](std::string_view form, std::string_view tag, std::string_view, bool) {
-    if (!is_dropped(form, tag)) tags.insert(tag);
-  });
-  std::string lexicon;
-  std::string_view last_form;
-  for_each_reading([&](std::string_view form, std::string_view tag, std::string_view reading, bool is_first) {
-    if (is_first) last_form = {};
-    if (is_dropped(form, tag) && (tags.contains(tag) || !needed.contains(tag))) return;
-    tags.insert(tag);
-    if (last_form.data() == nullptr) {
-      if (!lexicon.empty()) lexicon += '\n';
-      lexicon += form;
-      last_form = form;
-    }
-    (lexicon += '\t') += reading;
-  });
-  lexicon += '\n';
-  std::string open_classes;
-  for_each_line(open_classes_, [&](std::string_view line) {
-    constexpr std::string_view Blanks = " \t\r\v\f";
-    for (size_t start; (start = line.find_first_not_of(Blanks)) != std::string_view::npos;) {
-      line.remove_prefix(start);
-      const std::string_view tag = line.substr(0, line.find_first_of(Blanks));
-      if (tags.contains(tag)) (open_classes += tag) += '\n';
-      line.remove_prefix(tag.size());
-    }
-  });
-  fold.lexicon.reset(make_file(lexicon));
-  fold.open_classes.reset(make_file(open_classes));
+  fold.lexicon.reset(make_file(fold_lexicon(lexicon_, needed, is_dropped, tags)));
+  fold.open_classes.reset(make_file(fold_open_classes(open_classes_, tags)));
   fold.corpus.reset(make_file(training));
   folds_.push_back(std::move(fold));
 }

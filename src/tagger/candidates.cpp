@@ -18,10 +18,29 @@ constexpr double Guess_Weight = 0.2;        // tokens that a guess counts for be
 constexpr double Small_Letter_Share = 0.9;  // of the small form's entry, for a capitalised form without one
 constexpr double Least_Ratio = 1e-3;        // of a tag's probability to that of the most probable tag
 
+// The record that stands in for a word form without an entry, or null. Of the word classes, class 0 is that of the word
+// forms which the transducer does not accept: it says nothing about them, and hides the number entries from a lookup. A
+// number entry that no number of the corpus was counted in lists all tags alike.
+const entrydata_t* stand_in(const char* word, bool strips_markup) {
+  const entry_t* entry = fullform_lookup2(word, strips_markup);
+  if (entry == nullptr) return nullptr;
+  if (WA != nullptr && entry == &Wordclass_Lexicon[0]) {
+    if (const char* const stripped = strip_xml(word, strips_markup)) return stand_in(stripped, false);
+    if (!ord(word) && !card(word)) return nullptr;
+    entry = &Fullform_Lexicon[ord(word) ? Ordinal_Entry : Cardinal_Entry];
+  }
+  const bool is_number =
+      entry == &Fullform_Lexicon[Ordinal_Entry] || entry == &Fullform_Lexicon[Cardinal_Entry];
+  return is_number && entry->data->freq <= 0 ? nullptr : entry->data;
+}
+
 }  // namespace
 
-Candidates::Candidates()
-    : known_(Fullform_Lexicon_Size), probability_(Number_of_Tags, 0.0), lemma_(Number_of_Tags, No_Lemma) {}
+Candidates::Candidates(bool strips_markup)
+    : strips_markup_(strips_markup),
+      known_(Fullform_Lexicon_Size),
+      probability_(Number_of_Tags, 0.0),
+      lemma_(Number_of_Tags, No_Lemma) {}
 
 bool Candidates::is_known(std::string_view form) { return find_entry(std::string(form).c_str()) != nullptr; }
 
@@ -67,12 +86,11 @@ void Candidates::choose_known(const char* word, const entry_t& entry) {
 }
 
 void Candidates::choose_unknown(const char* word) {
-  const entry_t* const stand_in = fullform_lookup(word);
-  // A number entry that no number of the corpus was counted in lists all tags alike.
-  if (stand_in != nullptr && (WA != nullptr || stand_in->data->freq > 0)) {
-    add_listed(*stand_in->data, 1.0);
+  if (const entrydata_t* const data = stand_in(word, strips_markup_)) {
+    add_listed(*data, 1.0);
     return;
   }
+  if (const char* const stripped = strip_xml(word, strips_markup_)) word = stripped;
   const entry_t* const small = *word != '\0' && is_upper(word) ? find_entry(all_to_lower(word)) : nullptr;
   if (small != nullptr) add_listed(*small->data, Small_Letter_Share);
   add_guess(word, nullptr, small != nullptr ? 1.0 - Small_Letter_Share : 1.0);

@@ -27,8 +27,9 @@ class Candidates {
   static constexpr int No_Lemma = -1;
   static constexpr size_t Most = 16;  // for a word form; more cost time and gain nothing
 
-  // Of the loaded parameter file.
-  Candidates();
+  // Of the loaded parameter file. `strips_markup`: a word form without an entry is taken without the tags in it,
+  // "walk" for "walk<br/>".
+  explicit Candidates(bool strips_markup = false);
 
   // At least one, the most probable first. A word form ends at a NUL. Valid until: the next call of trim.
   candidates_t of(std::string_view form);
@@ -53,6 +54,7 @@ class Candidates {
   void add_any();
   std::vector<candidate_t> take_choice();
 
+  bool strips_markup_;
   Guesser guesser_;
   std::vector<std::vector<candidate_t>> known_;  // by entry; empty as long as nobody asked
   std::unordered_map<std::string, std::vector<candidate_t>, string_hash_t, std::equal_to<>> unknown_;

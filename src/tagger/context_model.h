@@ -39,7 +39,8 @@ class ContextModel {
 
   // The probability of a tag at a leaf. A tree trained without smoothing leaves tags out, and a text would have no path
   // through the first context that the training has not seen: such a leaf is mixed with the tags' overall distribution,
-  // which counts for Sparse_Leaf_Weight n-grams. Below all that lies a floor, for values that no path could bear.
+  // which counts for Sparse_Leaf_Weight n-grams. Around all that lie a floor and a ceiling, for values that no path
+  // could bear: a file may hold any.
   double probability(const context_leaf_t& leaf, int32_t tag) const {
     double p;
     if (leaf.n == number_of_tags_)
@@ -48,7 +49,7 @@ class ContextModel {
       p = (leaf.freq * tag_probability(leaf, tag) + Sparse_Leaf_Weight * overall_[tag]) /
           (leaf.freq + Sparse_Leaf_Weight);
     const double floor = Floor_Share * overall_[tag];
-    return p > floor ? p : floor;
+    return p > floor ? (p < 1.0 ? p : 1.0) : floor;
   }
 
  private:

@@ -7,8 +7,9 @@
 
 namespace orvelle {
 
-Tagger::Tagger(Choice choice, size_t beam)
-    : context_(Context_Tree, A_Priori_Tag_Prob_Fac),
+Tagger::Tagger(Choice choice, size_t beam, bool strips_markup)
+    : candidates_(strips_markup),
+      context_(Context_Tree, A_Priori_Tag_Prob_Fac),
       decoder_(context_, beam),
       choice_(choice),
       preceding_(context_.order(), Sent_Tag) {}

@@ -29,8 +29,9 @@ class Tagger {
   static constexpr size_t Longest_Piece = 1024;  // words that a caller should let wait
   static constexpr size_t Waiting_Words = 64;    // of them, those that should be tagged again
 
-  // For the loaded parameter file, until another one is loaded.
-  explicit Tagger(Choice choice = Choice::Path, size_t beam = Decoder::Default_Beam);
+  // For the loaded parameter file, until another one is loaded. `strips_markup`: as for Candidates.
+  explicit Tagger(Choice choice = Choice::Path, size_t beam = Decoder::Default_Beam,
+                  bool strips_markup = false);
 
   // Tags the words that follow what was settled. The results below are valid until the next call.
   void tag(std::span<const std::string_view> forms, bool with_posteriors = false);

@@ -48,11 +48,12 @@ TEST_F(FrameTest, MisuseIsStatus2AndHelpIsStatus0) {
 }
 
 TEST_F(FrameTest, ListsEveryCommandWithAHelpOfItsOwn) {
-  for (const char* name : {"prepare", "check", "show"}) {
+  for (const char* name : {"prepare", "check", "tune", "tag", "evaluate", "show"}) {
     EXPECT_NE(run("$orvelle --help").out.find(std::string("\n  ") + name + " "), std::string::npos);
     EXPECT_EQ(run(std::string("$orvelle help ") + name).out.find(std::string("Usage: orvelle ") + name), 0u);
     EXPECT_EQ(run(std::string("$orvelle ") + name + " --help").out,
               run(std::string("$orvelle help ") + name).out);
+    EXPECT_EQ(run(std::string("$orvelle ") + name + " --version").out, run("$orvelle --version").out);
   }
 }
 

@@ -31,6 +31,7 @@ TEST_F(ShowTest, SaysWhatIsInTheFile) {
       {"--word 17 par", "17: cardinal number, 20 in the corpus\n    NN         1.000000  @card@\n"},
       {"--word 'A\\b' par", "A\\x5cb: entry"},
       {"--word jumping par", "  suffix tree: "},
+      {"--word jumping --best 1 par", "  the tagger's guess:\n    VVG "},
       {"--context 'SENT DT' par", "NN         0.9"},
       {"--context 'NN NN NN SENT DT' --best 1 par", " a leaf that 19 places of the corpus reached\n    NN "},
       {"--tree par", "if tag -1 is "},
