@@ -8,9 +8,11 @@
 //        DT         80    .   15     95
 //        IN         12    3    1     16     a row is a candidate test, a number is a cell
 //
-// and takes the row of each chosen test off all tables, instead of counting every node afresh.
+// and takes the row of each chosen test off all tables, instead of counting every node afresh. The tables live in
+// split_tables.cpp, the scores of their rows in split_scores.cpp, the choice between them in split_search.cpp.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -100,6 +102,8 @@ class SplitSearch {
     // until it is asked for. Most cells hold such a small count, so that all rows of a table share a few logarithms:
     // on 2,109 tags without a threshold the scores take a third of the time.
     std::vector<double> gone;
+    // side_log(w, freq_ - n) at n, for the small rows that are most of a table; NaN until it is asked for.
+    std::array<double, 16> side_without;
   };
   static constexpr uint32_t Small_Counts = 4;  // r is less
   struct candidate_t {
@@ -121,6 +125,7 @@ class SplitSearch {
   void drop_unused_weights();
   double share(double w, size_t k, uint32_t n) const;
   double side_log(double w, uint32_t n) const;
+  double side_log_without(weights_t& weights, uint32_t n) const;
   double yes_score(const table_t& table, row_t& row);
   double gone_share(const weights_t& weights, uint32_t k, uint32_t count) const;
   double gone_with(const table_t& table, row_t& row, weights_t& weights);
