@@ -94,7 +94,10 @@ class TreeWriter {
 
   void write_tree(const node_t& root) {
     out_.value(Context_Size);
-    write_subtree(root, Root_Prob, 1);
+    if (root.yes == nullptr)
+      write_listed(root, Root_Prob, 1);
+    else
+      write_chain(root, make_prior(Root_Prob), 1);
     out_.flush();
     if (Quiet) return;
     std::fprintf(stderr, "\nNumber of nodes: %ld\n", nodes_);
@@ -102,57 +105,96 @@ class TreeWriter {
   }
 
  private:
-  // Writes the chain that starts at `node`; `prob` is the distribution of its start and the prior of all its no
-  // children.
-  void write_subtree(const node_t& start, const std::vector<double>& prob, int depth) {
+  // What a chain's nodes are interpolated with.
+  struct prior_t {
+    std::vector<double> prob;  // indexed by tag
+    double least;              // of them, if all are above 0; else 0
+  };
+
+  static prior_t make_prior(std::vector<double> prob) {
+    double least = prob[0];
+    bool all = true;
+    for (const double p : prob) {
+      all &= p > 0.0;
+      least = std::min(least, p);
+    }
+    return {std::move(prob), all ? least : 0.0};
+  }
+
+  static Interpolation interpolation(const node_t& node) {
+    return {node.freq, prior_weight(static_cast<int>(node.counts.size()), Smoothing_Weight)};
+  }
+
+  static std::vector<double> distribution(const node_t& node, const prior_t& prior) {
+    const Interpolation interpolate = interpolation(node);
+    std::vector<double> prob(prior.prob.size());
+    for (size_t k = 0; k < prob.size(); ++k) prob[k] = interpolate(prior.prob[k], 0);
+    for (const tag_count_t& k : node.counts) prob[k.tag] = interpolate(prior.prob[k.tag], k.count);
+    return prob;
+  }
+
+  // Writes the chain that starts at `start`, an inner node; `prior` is the start's own distribution.
+  void write_chain(const node_t& start, const prior_t& prior, int depth) {
     const node_t* node = &start;
     for (; node->yes != nullptr; node = node->no, ++depth) {
       ++nodes_;
       out_.value(int32_t{0});
       out_.value(node->context_pos);
       out_.value(node->tag);
-      write_subtree(*node->yes, distribution(*node->yes, prob), depth + 1);
+      write_subtree(*node->yes, prior, depth + 1);
     }
-    write_leaf(*node, node == &start ? prob : distribution(*node, prob), depth);
+    write_leaf(*node, prior, depth);
   }
 
-  std::vector<double> distribution(const node_t& node, const std::vector<double>& prior) {
-    const Interpolation interpolate(node.freq,
-                                    prior_weight(static_cast<int>(node.counts.size()), Smoothing_Weight));
-    std::vector<double> prob(prior.size());
-    for (size_t k = 0; k < prob.size(); ++k) prob[k] = interpolate(prior[k], 0);
-    for (const tag_count_t& k : node.counts) prob[k.tag] = interpolate(prior[k.tag], k.count);
-    return prob;
+  // Writes the subtree of a node reached by a yes answer from a chain with that prior.
+  void write_subtree(const node_t& node, const prior_t& prior, int depth) {
+    if (node.yes == nullptr)
+      write_leaf(node, prior, depth);
+    else
+      write_chain(node, make_prior(distribution(node, prior)), depth);
   }
 
-  void write_leaf(const node_t& node, const std::vector<double>& prob, int depth) {
+  // Forms the probabilities where they are written if it is clear that all tags are listed: a file with thousands of
+  // tags and leaves consists of little else.
+  void write_leaf(const node_t& node, const prior_t& prior, int depth) {
+    const Interpolation interpolate = interpolation(node);
+    if (!(interpolate(prior.least, 0) > 0.0)) return write_listed(node, distribution(node, prior), depth);
+    const int tags = static_cast<int>(prior.prob.size());
+    write_leaf_head(node, tags, depth);
+    auto counted = node.counts.begin();
+    for (int first = 0; first < tags; first += Entries_At_Once) {
+      const int last = std::min(tags, first + Entries_At_Once);
+      char* entries = out_.place(static_cast<size_t>(last - first) * Entry_Size);
+      for (int k = first; k < last; ++k)
+        put_entry(entries + (k - first) * Entry_Size, k, interpolate(prior.prob[k], 0));
+      for (; counted != node.counts.end() && counted->tag < last; ++counted)
+        put_entry(entries + (counted->tag - first) * Entry_Size, counted->tag,
+                  interpolate(prior.prob[counted->tag], counted->count));
+    }
+  }
+
+  // Writes a leaf with the tags of `prob` that have a positive probability.
+  void write_listed(const node_t& node, const std::vector<double>& prob, int depth) {
+    const auto entries = std::count_if(prob.begin(), prob.end(), [](double p) { return p > 0.0; });
+    write_leaf_head(node, static_cast<int32_t>(entries), depth);
+    for (int k = 0; k < static_cast<int>(prob.size()); ++k)
+      if (prob[k] > 0.0) put_entry(out_.place(Entry_Size), k, prob[k]);
+  }
+
+  void write_leaf_head(const node_t& node, int32_t entries, int depth) {
     ++nodes_;
     if (depth > max_depth_) max_depth_ = depth;
-    int64_t entries = 0;  // as wide as a double, so that the compiler counts several at a time
-    for (const double p : prob) entries += p > 0.0;
     out_.value(int32_t{1});
-    out_.value(static_cast<int32_t>(entries));
+    out_.value(entries);
     out_.value(node.freq);
-    const int tags = static_cast<int>(prob.size());
-    if (entries == tags) {
-      for (int k = 0; k < tags; k += Entries_At_Once)
-        write_entries(prob, k, std::min(tags, k + Entries_At_Once));
-      return;
-    }
-    for (int k = 0; k < tags; ++k)
-      if (prob[k] > 0.0) write_entries(prob, k, k + 1);
   }
 
-  // Tags `first` to `last` - 1 with their probabilities.
-  void write_entries(const std::vector<double>& prob, int first, int last) {
-    char* entry = out_.place(static_cast<size_t>(last - first) * Entry_Size);
-    for (int32_t k = first; k < last; ++k, entry += Entry_Size) {
-      std::memcpy(entry, &k, sizeof k);
-      std::memcpy(entry + sizeof k, &prob[k], sizeof prob[k]);
-    }
+  static void put_entry(char* entry, int32_t tag, double prob) {
+    std::memcpy(entry, &tag, sizeof tag);
+    std::memcpy(entry + sizeof tag, &prob, sizeof prob);
   }
 
-  static constexpr size_t Entry_Size = sizeof(int32_t) + sizeof(double);
+  static constexpr int Entry_Size = sizeof(int32_t) + sizeof(double);
   static constexpr int Entries_At_Once = 1024;
 
   BinaryOutput out_;
