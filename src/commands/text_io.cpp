@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <algorithm>
 
 #include <cerrno>
 #include <chrono>
@@ -223,10 +224,15 @@ void ProgressLine::update(int64_t done, int64_t total) {
   const int64_t milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
   if (milliseconds - last_shown_ < 200) return;
   last_shown_ = milliseconds;
-  if (total > 0)
-    std::fprintf(stderr, "\r%s %lld%%\033[K", what_, static_cast<long long>(100 * done / total));
-  else
+  if (total > 0) {
+    constexpr int Width = 30;  // columns
+    const int drawn = static_cast<int>(Width * std::min(done, total) / total);
+    const std::string bar = std::string(drawn, '#') + std::string(Width - drawn, '.');
+    std::fprintf(stderr, "\r%s [%s] %lld%%\033[K", what_, bar.c_str(),
+                 static_cast<long long>(100 * done / total));
+  } else {
     std::fprintf(stderr, "\r%s %lld\033[K", what_, static_cast<long long>(done));
+  }
   Progress_Shown = true;
 }
 
