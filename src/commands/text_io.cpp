@@ -4,8 +4,8 @@
 #include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <algorithm>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <cstdarg>
