@@ -1,28 +1,13 @@
-# What `cmake --install` puts in place for programs that load parameter files: the library `orvelle`, its headers, a
-# CMake package (find_package(orvelle), target orvelle::orvelle) and a pkg-config file.
+# What `cmake --install` puts in place for other programs: the library, its headers, a CMake package
+# (find_package(orvelle), target orvelle::orvelle) and a pkg-config file.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
-# The public headers are those that the umbrella header names.
-file(STRINGS ${PROJECT_SOURCE_DIR}/src/orvelle.h include_lines REGEX "^#include \"")
-install(FILES src/orvelle.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvelle)
-foreach(line IN LISTS include_lines)
-  string(REGEX REPLACE "^#include \"(.*)\".*" "\\1" header "${line}")
-  get_filename_component(folder ${header} DIRECTORY)
-  install(FILES src/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/orvelle/${folder})
-endforeach()
-
-# Headers include each other from their own root, programs include <orvelle/orvelle.h>.
-target_include_directories(orvelle PUBLIC
-  $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/orvelle>)
-target_compile_features(orvelle PUBLIC cxx_std_20)
-file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/include/orvelle/orvelle.h
-     CONTENT "#include \"${PROJECT_SOURCE_DIR}/src/orvelle.h\"\n")
+install(DIRECTORY include/orvelle DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/orvelle)
-install(TARGETS orvelle EXPORT orvelle ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS orvelle EXPORT orvelle DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(EXPORT orvelle NAMESPACE orvelle:: FILE orvelleConfig.cmake DESTINATION ${package_dir})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/orvelleConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/orvelleConfigVersion.cmake DESTINATION ${package_dir})

@@ -1,5 +1,5 @@
 // The affix section of the parameter file, its writer (affix_section_writer.cpp) and its reader
-// (affix_section_reader.cpp): the prefix tree, the suffix tree and the open-class node (affix_nodes.h).
+// (affix_section_reader.cpp): the prefix tree, the suffix tree and the open-class node (affix_lexicons.h).
 //
 //   order  content                                         size
 //     1    number of prefix nodes                          2, unsigned
@@ -19,24 +19,19 @@
 // No offset leads from a leaf to its pairs: the pairs of a tree follow its nodes, and a reader counts.
 #pragma once
 
-#include <cstdio>
-
-#include "affix/affix_nodes.h"
+#include "affix/affix_lexicons.h"
 
 namespace orvelle {
 
-// Writes the affix lexicons in use at the stream's position. A short write ends the run through error with
-// "Can't write to output file".
-void write_affixlex(FILE* file);
+class BinaryInput;
+class BinaryOutput;
 
-// Writes `count` nodes, without their pairs; nothing if `count` is not positive.
-void write_anodes(const ANODE* nodes, int count, FILE* file);
+// Writes the section.
+void write_affixlex(const AffixLexicons& affixes, BinaryOutput& out);
 
-// Reads the section at the stream's position and makes it the affix lexicons in use; those of an earlier call
-// are released. Leaves the stream behind the section. Symbols, child indices and tag numbers are taken as
-// written: before they are used, check_affix_lexicons (driver/parameter_check.h) must have passed them. A
-// value that is cut short ends the run through error with "Can't read from input file", a negative number of
-// pairs through error2 with "in parameter file".
-void read_affixlex(FILE* file);
+// Reads the section. Symbols, child indices and tag numbers are taken as written: before they are used,
+// check_affix_lexicons (model/parameter_check.h) must have passed them. Throws as BinaryInput does where the section is
+// cut short, and error2 with "in parameter file" for a negative number of pairs.
+AffixLexicons read_affixlex(BinaryInput& in);
 
 }  // namespace orvelle

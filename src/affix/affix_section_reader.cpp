@@ -1,11 +1,8 @@
-// Twin of affix_section_writer.cpp: the same fields in the same order.
-#include <cstring>
-#include <new>
+// The other half of affix_section_writer.cpp: the same fields in the same order.
 #include <utility>
 
 #include "affix/affix_section.h"
 #include "support/binary_input.h"
-#include "support/errors.h"
 
 namespace orvelle {
 
@@ -51,14 +48,11 @@ affix_tree_t read_affix_tree(BinaryInput& in) { return read_tree_nodes(in, in.va
 
 }  // namespace
 
-void read_affixlex(FILE* file) try {
-  BinaryInput in(file);
+AffixLexicons read_affixlex(BinaryInput& in) {
   affix_tree_t prefix = read_affix_tree(in);
   affix_tree_t suffix = read_affix_tree(in);
   affix_tree_t open_class = read_tree_nodes(in, 1);
-  define_affix_lexicons(std::move(prefix), std::move(suffix), std::move(open_class));
-} catch (const std::bad_alloc&) {
-  space_error();
+  return {std::move(prefix), std::move(suffix), std::move(open_class)};
 }
 
 }  // namespace orvelle

@@ -1,4 +1,3 @@
-#include "affix/affix_nodes.h"
 #include "affix/affix_section.h"
 #include "support/binary_output.h"
 
@@ -24,32 +23,20 @@ void write_pairs(const ANODE& leaf, BinaryOutput& out) {
   }
 }
 
-void write_nodes(const ANODE* nodes, int count, BinaryOutput& out) {
-  for (int i = 0; i < count; ++i) write_node(nodes[i], out);
-}
-
-void write_affix_tree(const ANODE* nodes, uint16_t count, BinaryOutput& out) {
-  out.value(count);
-  write_nodes(nodes, count, out);
-  for (int i = 0; i < count; ++i)
-    if (nodes[i].leaf) write_pairs(nodes[i], out);
+void write_affix_tree(const std::vector<ANODE>& nodes, BinaryOutput& out) {
+  out.value(static_cast<uint16_t>(nodes.size()));
+  for (const ANODE& node : nodes) write_node(node, out);
+  for (const ANODE& node : nodes)
+    if (node.leaf) write_pairs(node, out);
 }
 
 }  // namespace
 
-void write_anodes(const ANODE* nodes, int count, FILE* file) {
-  BinaryOutput out(file);
-  write_nodes(nodes, count, out);
-  out.flush();
-}
-
-void write_affixlex(FILE* file) {
-  BinaryOutput out(file);
-  write_affix_tree(Prefix_Lexicon, Number_of_Prefnodes, out);
-  write_affix_tree(Suffix_Lexicon, Number_of_Suffnodes, out);
-  write_node(*Open_Class_Node, out);
-  write_pairs(*Open_Class_Node, out);
-  out.flush();
+void write_affixlex(const AffixLexicons& affixes, BinaryOutput& out) {
+  write_affix_tree(affixes.Prefix_Lexicon(), out);
+  write_affix_tree(affixes.Suffix_Lexicon(), out);
+  write_node(affixes.Open_Class_Node(), out);
+  write_pairs(affixes.Open_Class_Node(), out);
 }
 
 }  // namespace orvelle

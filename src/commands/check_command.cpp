@@ -1,24 +1,22 @@
 // orvelle check: what in a lexicon, an open-class file and a corpus would stop the training, or weaken its
-// model without a word. Every line is split as the trainer splits it (9,999-byte pieces, up to a NUL; the
-// corpus by the rules of both its readings), but nothing ends the reading: all findings are reported, grouped
-// by kind.
-//
-// Cost: one pass over each file; a hash look-up for each word form and tag.
+// model without a word. The trainer's own readers read the files, and go on where the training would stop: what they
+// find is collected and reported by kind.
 #include <algorithm>
-#include <cstdarg>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "commands/command.h"
+#include "commands/escape.h"
 #include "commands/text_io.h"
-#include "context/ngram_table.h"
-#include "lexicon/entries.h"
-#include "lexicon/tagset.h"
-#include "support/string_index.h"
-#include "support/strings.h"
+#include "support/errors.h"
+#include "training/corpus_pass.h"
+#include "training/lexicon_file.h"
+#include "training/open_classes.h"
 
 namespace orvelle {
 
@@ -39,9 +37,7 @@ constexpr const char* Help =
 constexpr option_t Options[] = {{"sentence-tag", "TAG"}, {"all", nullptr}};
 
 constexpr size_t Shown_of_a_Kind = 5;
-constexpr int Max_Open_Class_Name = 999;  // bytes; a longer name is read as several
-constexpr int Least_Affix_Word = 6;       // bytes; a shorter word form is not in the affix trees
-constexpr int64_t Max_Tokens = 2147483647;
+constexpr size_t Least_Affix_Word = 6;  // bytes; a shorter word form is not in the affix trees
 
 // ---- the report
 
@@ -117,17 +113,14 @@ class Report {
   Report(TextOutput& out, bool all) : out_(out), limit_(all ? SIZE_MAX : Shown_of_a_Kind) {}
 
   // A finding in a file that print will name; `line` 0: the file as a whole.
-  [[gnu::format(printf, 4, 5)]] void add(kind_t kind, int64_t line, const char* format, ...) {
+  void add(kind_t kind, int64_t line, const std::string& text) {
     ++counts_[kind];
     ++(Kinds[kind].stops ? errors_ : warnings_);
-    if (findings_[kind].size() >= limit_) return;
-    char text[1000];
-    va_list arguments;
-    va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
-    va_end(arguments);
-    findings_[kind].push_back({line, text});
+    if (findings_[kind].size() < limit_) findings_[kind].push_back({line, text});
   }
+
+  // Whether the text of another finding of that kind would be kept.
+  bool has_room(kind_t kind) const { return findings_[kind].size() < limit_; }
 
   // Prints what was found since the last call.
   void print(const char* file) {
@@ -163,330 +156,354 @@ class Report {
   int64_t warnings_ = 0;
 };
 
-// ---- lines as the trainer sees them
+// ---- files
 
-// The pieces of a file's lines, with what is odd about the lines themselves reported.
-class PieceReader {
+// What is odd about the lines of a file themselves; and which line a piece belongs to.
+class LineWatch : public PieceObserver {
  public:
-  PieceReader(const char* name, Report& report) : input_(name), report_(report) {}
+  LineWatch(Report& report, ProgressLine& progress, int64_t file_size)
+      : report_(report), progress_(progress), file_size_(file_size) {}
 
-  // The next piece, up to its first NUL and with its LF; its data is null at the end of the file. Valid
-  // until: the next call.
-  std::string_view next() {
-    if (rest_.empty()) {
-      if (!input_.next()) return {};
-      rest_ = input_.line_with_end();
-      look_at_line();
+  void piece(std::string_view text) override {
+    ++pieces_;
+    if (is_open_)
+      continued_.push_back(pieces_);
+    else
+      begin_line(text);
+    line_size_ += text.size();
+    if (!has_nul_ && text.find('\0') != text.npos) {
+      has_nul_ = true;
+      report_.add(Line_With_Nul, lines_, "what follows the NUL is not read");
     }
-    const std::string_view piece = rest_.substr(0, Max_Line_Length);
-    rest_.remove_prefix(piece.size());
-    return piece.substr(0, piece.find('\0'));
+    is_open_ = !text.ends_with('\n');
+    bytes_ += static_cast<int64_t>(text.size());
+    if (!is_open_) end_line();
   }
 
-  // The piece that next gave last, NUL-terminated and free to be split in place.
-  char* copy(std::string_view piece) {
-    std::memcpy(copy_, piece.data(), piece.size());
-    copy_[piece.size()] = '\0';
-    return copy_;
+  // The number of the line that a piece belongs to.
+  int64_t line_of(int64_t piece) const {
+    return piece - (std::upper_bound(continued_.begin(), continued_.end(), piece) - continued_.begin());
   }
 
-  int64_t line() const { return input_.number(); }
-  bool ends_in_crlf() const { return input_.line().ends_with('\r'); }
-  const char* name() const { return input_.name(); }
-  int64_t bytes_read() const { return input_.bytes_read(); }
-  int64_t size() const { return input_.size(); }
+  void end_line() {
+    if (line_size_ > Max_Line_Length)
+      report_.add(Line_Too_Long, lines_,
+                  formatted("%zu bytes are read as %zu lines", line_size_,
+                            (line_size_ + Max_Line_Length - 1) / Max_Line_Length));
+    line_size_ = 0;
+  }
 
  private:
-  void look_at_line() {
-    if (rest_.size() > Max_Line_Length)
-      report_.add(Line_Too_Long, line(), "%zu bytes are read as %zu lines", rest_.size(),
-                  (rest_.size() + Max_Line_Length - 1) / Max_Line_Length);
-    if (std::memchr(rest_.data(), '\0', rest_.size()) != nullptr)
-      report_.add(Line_With_Nul, line(), "what follows the NUL is not read");
-    if (line() == 1 && rest_.starts_with("\xEF\xBB\xBF"))
-      report_.add(Byte_Order_Mark, line(), "the byte-order mark becomes part of the first word form");
+  void begin_line(std::string_view text) {
+    ++lines_;
+    has_nul_ = false;
+    if (lines_ % 1000 == 0) progress_.update(bytes_, file_size_);
+    if (lines_ == 1 && text.starts_with("\xEF\xBB\xBF"))
+      report_.add(Byte_Order_Mark, lines_, "the byte-order mark becomes part of the first word form");
   }
 
-  TextInput input_;
   Report& report_;
-  std::string_view rest_;
-  char copy_[Max_Line_Length + 1];
+  ProgressLine& progress_;
+  int64_t file_size_;
+  std::vector<int64_t> continued_;  // pieces that go on with the line of the piece before
+  int64_t pieces_ = 0, lines_ = 0, bytes_ = 0;
+  size_t line_size_ = 0;
+  bool is_open_ = false;  // the last piece had no LF
+  bool has_nul_ = false;
+};
+
+// A file, or standard input, for one of the trainer's readers.
+class CheckedFile {
+ public:
+  CheckedFile(const char* name, const char* what, Report& report, Remarks& remarks)
+      : name_(shown_name(name, "standard input")),
+        file_(open(name)),
+        progress_(remarks, what),
+        watch_(report, progress_, regular_size(fileno(file_.get()))) {}
+
+  const char* name() const { return name_; }
+  const LineWatch& watch() const { return watch_; }
+
+  // What `read(input)` makes of it.
+  template <class Read>
+  auto read(Read read) {
+    Input input;
+    input.name = name_;
+    input.stream = file_.get();
+    input.observer = &watch_;
+    try {
+      auto result = read(input);
+      watch_.end_line();
+      return result;
+    } catch (const Error&) {
+      if (std::ferror(file_.get())) stop(formatted("can't read %s: %s", name_, std::strerror(errno)));
+      throw;
+    }
+  }
+
+ private:
+  static File open(const char* name) {
+    File file(std::strcmp(name, "-") == 0 ? stdin : std::fopen(name, "r"));
+    if (file == nullptr) stop(formatted("can't open %s: %s", name, std::strerror(errno)));
+    return file;
+  }
+
+  const char* name_;
+  File file_;
+  ProgressLine progress_;
+  LineWatch watch_;
 };
 
 // ---- the lexicon
 
-class Lexicon {
+class LexiconFindings : public LexiconFaults {
  public:
-  struct word_t {
-    const char* form;
-    int64_t line;
-    size_t first_tag;  // in tags_; its tags end where those of the next word begin
-  };
+  LexiconFindings(Report& report, const LineWatch& watch) : report_(report), watch_(watch) {}
 
-  void read(PieceReader& reader, const char* sentence_tag, Report& report) {
-    ProgressLine progress("lexicon");
-    for (std::string_view piece = reader.next(); piece.data() != nullptr; piece = reader.next()) {
-      if (reader.line() % 1000 == 0) progress.update(reader.bytes_read(), reader.size());
-      read_piece(piece, reader, report);
+  void line(int64_t number, const lexicon_line_t& fields) override {
+    ++lines;
+    for (const auto& [tag, lemma] : fields.pairs) {
+      first_lines_.try_emplace(tag, watch_.line_of(number));
+      look_at_lemma(lemma, watch_.line_of(number));
     }
-    finish(sentence_tag, report);
   }
 
-  // The place of a word form, or -1.
-  int find(std::string_view form) const {
-    return word_index_.find(form, [this](int i) { return words_[i].form; });
+  void missing_lemma(int64_t line, const char* tag) override {
+    add(Lexicon_No_Lemma, line, formatted("tag %s has no lemma", printable(tag).c_str()));
   }
 
-  bool lists(int word, int tag) const {
-    const size_t end = last_tag(word);
-    for (size_t i = words_[word].first_tag; i < end; ++i)
-      if (tags_[i] == tag) return true;
-    return false;
+  void no_tags(int64_t line, const char* word) override {
+    add(Lexicon_No_Tags, line,
+        formatted("no tag for the word form '%s'%s", printable(word).c_str(), hint_at_tab(word)));
   }
 
-  bool has_long_word(const std::vector<char>& open) const {
-    for (int i = 0; i < size(); ++i) {
-      if (str_len(words_[i].form) < Least_Affix_Word) continue;
-      for (size_t k = words_[i].first_tag; k < last_tag(i); ++k)
-        if (tags_[k] >= 0 && open[tags_[k]]) return true;
-    }
-    return false;
+  void too_many_tags(int64_t line, const char* tag) override {
+    add(Lexicon_Too_Many_Tags, line,
+        formatted("tag %s is one too many (are tags and lemmas swapped?)", printable(tag).c_str()));
   }
 
-  int size() const { return static_cast<int>(words_.size()); }
-  int64_t tag_line(int tag) const { return tag_lines_[tag]; }  // where the tag stands first
+  void no_sentence_tag(const char* tag) override {
+    report_.add(Lexicon_No_Sentence_Tag, 0, formatted("no entry has the sentence tag %s", printable(tag).c_str()));
+  }
+
+  void tag_twice(int64_t line, const char* word, const char* tag) override {
+    add(Lexicon_Tag_Twice, line,
+        formatted("tag %s stands twice for '%s'", printable(tag).c_str(), printable(word).c_str()));
+  }
+
+  void word_twice(int64_t line, int64_t first_line, const char* word) override {
+    repeated_words_.push_back({line, first_line, word});
+  }
+
+  // What can be told only when the tagset is known.
+  void finish(const Tagset& tagset) {
+    std::sort(repeated_words_.begin(), repeated_words_.end(),
+              [](const auto& a, const auto& b) { return a.line < b.line; });
+    for (const repeated_word_t& again : repeated_words_)
+      add(Lexicon_Form_Twice, again.line,
+          formatted("word form '%s' stands in line %lld already", printable(again.word).c_str(),
+                    static_cast<long long>(watch_.line_of(again.first_line))));
+    for (const auto& [lemma, line] : lemmas_with_blanks_) look_for_tag(tagset, lemma, line);
+  }
+
+  // The line where a tag stands first.
+  int64_t first_line(const char* tag) const { return first_lines_.at(tag); }
+
+  static const char* hint_at_tab(const char* word) {
+    return std::strchr(word, ' ') != nullptr ? " (is there no TAB behind the form?)" : "";
+  }
+
+  int64_t lines = 0;
 
  private:
-  size_t last_tag(int word) const { return word + 1 < size() ? words_[word + 1].first_tag : tags_.size(); }
+  struct repeated_word_t {
+    int64_t line, first_line;
+    std::string word;
+  };
 
-  void read_piece(std::string_view piece, PieceReader& reader, Report& report) {
-    const int64_t line = reader.line();
-    char* cursor = reader.copy(piece);
-    const char* form = next_string2(&cursor);
-    const size_t first_tag = tags_.size();
-    for (const char* tag = next_string(&cursor); *tag != '\0'; tag = next_string(&cursor)) {
-      add_tag(tag, first_tag, form, line, report);
-      const char* lemma = next_string2(&cursor);
-      if (*lemma == '\0') report.add(Lexicon_No_Lemma, line, "tag %s has no lemma", printable(tag).c_str());
-      look_at_lemma(lemma, line, report);
-    }
-    if (tags_.size() == first_tag)
-      report.add(Lexicon_No_Tags, line, "no tag for the word form '%s'%s", printable(form).c_str(),
-                 std::strchr(form, ' ') ? " (is there no TAB behind the form?)" : "");
-    add_word(form, line, first_tag, report);
+  void add(kind_t kind, int64_t piece, const std::string& text) {
+    report_.add(kind, watch_.line_of(piece), text);
   }
 
-  // Numbers a tag as it comes; -1 for one beyond the limit.
-  void add_tag(const char* name, size_t first_tag, const char* form, int64_t line, Report& report) {
-    const uint32_t hash = hash_bytes(name);
-    int number = tag_index_.find(name, hash, [this](int i) { return tag_names_[i]; });
-    if (number < 0) {
-      if (tag_names_.size() == Max_Number_of_Tags) {
-        report.add(Lexicon_Too_Many_Tags, line, "tag %s is one too many (are tags and lemmas swapped?)",
-                   printable(name).c_str());
-      } else {
-        number = static_cast<int>(tag_names_.size());
-        tag_names_.push_back(strings_.add(name));
-        tag_lines_.push_back(line);
-        tag_index_.insert(hash, number);
-      }
-    }
-    for (size_t i = first_tag; i < tags_.size(); ++i)
-      if (number >= 0 && tags_[i] == number)
-        report.add(Lexicon_Tag_Twice, line, "tag %s stands twice for '%s'", printable(name).c_str(),
-                   printable(form).c_str());
-    tags_.push_back(number);
-  }
-
-  void look_at_lemma(std::string_view lemma, int64_t line, Report& report) {
-    if (lemma.ends_with('\r')) {
-      report.add(Lexicon_Carriage_Return, line, "CR LF: the carriage return becomes part of the lemma '%s'",
-                 printable(lemma).c_str());
-    } else if (lemma.ends_with(' ')) {
-      report.add(Lexicon_Lemma_Blank, line, "the blank at the end of '%s' belongs to the lemma",
-                 printable(lemma).c_str());
-    } else if (lemma.find(' ') != lemma.npos) {
-      lemmas_with_blanks_.push_back({strings_.add(lemma), line});
-    }
-  }
-
-  void add_word(const char* form, int64_t line, size_t first_tag, Report& report) {
-    const uint32_t hash = hash_bytes(form);
-    const int known = word_index_.find(form, hash, [this](int i) { return words_[i].form; });
-    if (known >= 0)
-      report.add(Lexicon_Form_Twice, line, "word form '%s' stands in line %lld already",
-                 printable(form).c_str(), static_cast<long long>(words_[known].line));
-    else
-      word_index_.insert(hash, size());
-    words_.push_back({strings_.add(form), line, first_tag});
-  }
-
-  // Makes the tagset the one that the corpus reader of the trainer asks.
-  void finish(const char* sentence_tag, Report& report) {
-    std::vector<const char*> names = tag_names_;
-    std::sort(names.begin(), names.end(), [](const char* a, const char* b) { return str_cmp(a, b) < 0; });
-    define_tagset(std::move(names), -1);
-    Sent_Tag = find_tag(sentence_tag);
-    if (Sent_Tag < 0)
-      report.add(Lexicon_No_Sentence_Tag, 0, "no entry has the sentence tag %s",
-                 printable(sentence_tag).c_str());
-    for (int& tag : tags_)
-      if (tag >= 0) tag = find_tag(tag_names_[tag]);
-    std::vector<int64_t> lines(tag_lines_.size());
-    for (size_t i = 0; i < lines.size(); ++i) lines[find_tag(tag_names_[i])] = tag_lines_[i];
-    tag_lines_ = std::move(lines);
-    for (const auto& [lemma, line] : lemmas_with_blanks_) look_for_tag(lemma, line, report);
+  void look_at_lemma(std::string_view lemma, int64_t line) {
+    if (lemma.ends_with('\r'))
+      report_.add(Lexicon_Carriage_Return, line,
+                  formatted("CR LF: the carriage return becomes part of the lemma '%s'",
+                            printable(lemma).c_str()));
+    else if (lemma.ends_with(' '))
+      report_.add(Lexicon_Lemma_Blank, line,
+                  formatted("the blank at the end of '%s' belongs to the lemma", printable(lemma).c_str()));
+    else if (lemma.find(' ') != lemma.npos)
+      lemmas_with_blanks_.emplace_back(lemma, line);
   }
 
   // A lemma such as "run VB run": a blank where a TAB should end the pair.
-  void look_for_tag(std::string_view lemma, int64_t line, Report& report) {
+  void look_for_tag(const Tagset& tagset, std::string_view lemma, int64_t line) {
     for (size_t start = lemma.find(' '); start != lemma.npos; start = lemma.find(' ', start)) {
       const size_t end = lemma.find(' ', ++start);
       if (end == lemma.npos) return;  // what would be its lemma must follow
-      if (find_tag(lemma.substr(start, end - start)) < 0) continue;
-      report.add(Lexicon_Lemma_Tag, line, "lemma '%s' holds a tag: is there a blank for a TAB?",
-                 printable(lemma).c_str());
+      if (tagset.find_tag(lemma.substr(start, end - start)) < 0) continue;
+      report_.add(
+          Lexicon_Lemma_Tag, line,
+          formatted("lemma '%s' holds a tag: is there a blank for a TAB?", printable(lemma).c_str()));
       return;
     }
   }
 
-  StringArena strings_;
-  std::vector<word_t> words_;
-  StringIndex word_index_;
-  std::vector<int> tags_;  // of all words, in the order of the file
-  std::vector<const char*> tag_names_;
-  StringIndex tag_index_;
-  std::vector<int64_t> tag_lines_;  // of the first occurrence
-  std::vector<std::pair<const char*, int64_t>> lemmas_with_blanks_;
+  Report& report_;
+  const LineWatch& watch_;
+  std::vector<repeated_word_t> repeated_words_;
+  std::vector<std::pair<std::string, int64_t>> lemmas_with_blanks_;
+  std::unordered_map<std::string, int64_t> first_lines_;  // by tag
 };
+
+bool has_long_open_word(const Lexicon& lexicon, const std::vector<char>& open) {
+  for (int i = 0; i < lexicon.Fullform_Lexicon_Size; ++i) {
+    const entry_t& entry = lexicon.Fullform_Lexicon[i];
+    if (std::strlen(entry.word) < Least_Affix_Word) continue;
+    const auto is_open = [&](int32_t tag) { return open[static_cast<size_t>(tag)] != 0; };
+    if (std::any_of(entry.data->tag, entry.data->tag + entry.data->n, is_open)) return true;
+  }
+  return false;
+}
 
 // ---- the open classes
 
-// One flag a tag. A name is cut as the trainer cuts it: at white space, after 999 bytes, at a NUL.
-class OpenClasses {
+class OpenClassFindings : public OpenClassFaults {
  public:
-  void read(const char* name, Report& report) {
-    flags_.assign(Number_of_Tags, 0);
-    FILE* file = std::strcmp(name, "-") == 0 ? stdin : std::fopen(name, "r");
-    if (file == nullptr) return report.add(Open_Unreadable, 0, "can't be opened");
-    int64_t line = 1;
-    std::string word;
-    for (int c; (c = std::getc(file)) != EOF; line += c == '\n') {
-      const bool is_space = std::strchr(" \t\n\v\f\r", c) != nullptr && c != '\0';
-      if (!is_space) word += static_cast<char>(c);
-      if (is_space || word.size() == Max_Open_Class_Name) take(word, line, report);
-    }
-    take(word, line, report);
-    if (std::ferror(file))
-      report.add(Open_None, 0, "can't be read to its end, which the training does not tell");
-    else if (count_ == 0)
-      report.add(Open_None, 0, "no open classes: nothing is learnt about unknown words");
-    if (file != stdin) std::fclose(file);
+  explicit OpenClassFindings(Report& report) : report_(report) {}
+
+  void unreadable(const char*) override {
+    report_.add(Open_Unreadable, 0, "can't be opened");
+    is_unreadable_ = true;
+  }
+  void unknown_name(int64_t line, const char* name) override {
+    report_.add(Open_Unknown_Tag, line, formatted("%s is no tag of the lexicon", printable(name).c_str()));
+  }
+  void read_error() override {
+    report_.add(Open_None, 0, "can't be read to its end, which the training does not tell");
+    is_unreadable_ = true;
   }
 
-  const std::vector<char>& flags() const { return flags_; }
-  int count() const { return count_; }
+  void finish(int64_t open_tags, bool has_long_word) {
+    if (open_tags == 0 && !is_unreadable_)
+      report_.add(Open_None, 0, "no open classes: nothing is learnt about unknown words");
+    if (open_tags > 0 && !has_long_word)
+      report_.add(
+          Open_No_Long_Word, 0,
+          "no word form of 6 bytes or more has one of these tags: nothing is learnt about unknown words");
+  }
 
  private:
-  void take(std::string& word, int64_t line, Report& report) {
-    if (word.empty()) return;
-    const int tag = find_tag(word.c_str());
-    if (tag < 0)
-      report.add(Open_Unknown_Tag, line, "%s is no tag of the lexicon", printable(word.c_str()).c_str());
-    else if (!std::exchange(flags_[tag], 1))
-      ++count_;
-    word.clear();
-  }
-
-  std::vector<char> flags_;
-  int count_ = 0;
+  Report& report_;
+  bool is_unreadable_ = false;
 };
 
 // ---- the corpus
 
-class Corpus {
+class CorpusFindings : public CorpusFaults {
  public:
-  explicit Corpus(const Lexicon& lexicon) : lexicon_(lexicon), tag_counts_(Number_of_Tags, 0) {}
+  CorpusFindings(Report& report, const LineWatch& watch, const Tagset& tagset)
+      : report_(report), watch_(watch), tagset_(tagset), tag_counts_(tagset.Tag.size(), 0) {}
 
-  void read(PieceReader& reader, Report& report) {
-    ProgressLine progress("corpus");
-    for (std::string_view piece = reader.next(); piece.data() != nullptr; piece = reader.next()) {
-      if (reader.line() % 1000 == 0) progress.update(reader.bytes_read(), reader.size());
-      read_piece(piece, reader, report);
-    }
-    constexpr int64_t Context = 2;  // preceding tags, by default
-    if (tokens_ > Max_Tokens) report.add(Corpus_Too_Long, 0, "more than 2147483647 tokens");
-    if (tokens_ <= Context)
-      report.add(Corpus_Too_Short, 0, "too few tokens to learn from: %d", static_cast<int>(tokens_));
-    if (Sent_Tag >= 0 && tag_counts_[Sent_Tag] == 0)
-      report.add(Corpus_No_Sentence_End, 0, "the sentence tag %s does not occur",
-                 printable(Tag[Sent_Tag]).c_str());
+  void unknown_tag_of_token(int64_t, const char*, const char*) override {}  // line() tells each of them
+  bool wants_lines() const override { return true; }
+
+  void line(int64_t number, std::string_view text, line_kind_t kind, int tag, context_tag_t context) override {
+    if (kind != line_kind_t::Nothing) ++tokens_;
+    if (context.kind == context_tag_t::Empty_Line) return;
+    if (context.kind == context_tag_t::Token && tag >= 0)
+      take_token(watch_.line_of(number), text, kind, tag, context.tag);
+    else
+      take_fault(watch_.line_of(number), text, kind, tag, context);
   }
 
-  void report_unused_tags(Report& report) const {
-    for (int tag = 0; tag < Number_of_Tags; ++tag)
-      if (tag_counts_[tag] == 0 && tag != Sent_Tag)
-        report.add(Lexicon_Tag_Unused, lexicon_.tag_line(tag), "tag %s does not occur in the corpus",
-                   printable(Tag[tag]).c_str());
+  void finish() {
+    constexpr int64_t Context = 2;  // preceding tags, by default
+    if (tokens_ <= Context)
+      report_.add(Corpus_Too_Short, 0,
+                  formatted("too few tokens to learn from: %d", static_cast<int>(tokens_)));
+    if (tagset_.Sent_Tag >= 0 && sentence_ends() == 0)
+      report_.add(Corpus_No_Sentence_End, 0,
+                  formatted("the sentence tag %s does not occur", printable(name(tagset_.Sent_Tag)).c_str()));
+  }
+
+  void report_unused_tags(const LexiconFindings& lexicon) {
+    for (int tag = 0; tag < tagset_.Number_of_Tags; ++tag)
+      if (tag_counts_[static_cast<size_t>(tag)] == 0 && tag != tagset_.Sent_Tag)
+        report_.add(Lexicon_Tag_Unused, lexicon.first_line(name(tag)),
+                    formatted("tag %s does not occur in the corpus", printable(name(tag)).c_str()));
   }
 
   void print_summary(TextOutput& out) const {
     const auto share = [this](int64_t count) {
       return tokens_ > 0 ? 100.0 * static_cast<double>(count) / static_cast<double>(tokens_) : 0.0;
     };
-    const int64_t listed = tokens_ - unlisted_ - numbers_ - unknown_;
     out.print("corpus        %lld tokens, %lld sentence ends\n", static_cast<long long>(tokens_),
-              Sent_Tag >= 0 ? static_cast<long long>(tag_counts_[Sent_Tag]) : 0LL);
-    out.print("  %6.2f%%     the entry of the form lists the tag\n", share(listed));
+              static_cast<long long>(sentence_ends()));
+    out.print("  %6.2f%%     the entry of the form lists the tag\n",
+              share(tokens_ - unlisted_ - numbers_ - unknown_));
     out.print("  %6.2f%%     the entry of the form lacks the tag\n", share(unlisted_));
     out.print("  %6.2f%%     numbers without an entry of their own\n", share(numbers_));
     out.print("  %6.2f%%     no entry\n", share(unknown_));
   }
 
  private:
-  void read_piece(std::string_view piece, PieceReader& reader, Report& report) {
-    const context_tag_t context =
-        context_tag(piece, context_tag_text(piece));  // the reading for the tag contexts
-    char* cursor = reader.copy(piece);                // and the one for the lexicon
-    const char* form = next_string2(&cursor);
-    const char* name = *form != '\0' ? next_string(&cursor) : "";
-    const int tag = find_tag(name);
-    if (*form != '\0') ++tokens_;
-    if (context.kind == context_tag_t::Empty_Line) return;
-    if (context.kind == context_tag_t::Token && tag >= 0)
-      return take_token(form, tag, context.tag, reader, report);
-    if (reader.ends_in_crlf() && (tag >= 0 || *form == '\0'))
-      return report.add(Corpus_Carriage_Return, reader.line(),
-                        "CR LF: the carriage return becomes part of the tag");
-    if (*form == '\0') return report.add(Corpus_Blank_Line, reader.line(), "neither empty nor a token");
-    if (*name == '\0' || context.kind == context_tag_t::No_Tag)
-      return report.add(Corpus_No_Tag, reader.line(), "no tag for the word form '%s'%s",
-                        printable(form).c_str(),
-                        std::strchr(form, ' ') ? " (is there no TAB behind the form?)" : "");
-    report.add(Corpus_Unknown_Tag, reader.line(), "%s, the tag of '%s', is no tag of the lexicon",
-               printable(name).c_str(), printable(form).c_str());
+  const char* name(int tag) const { return tagset_.Tag[static_cast<size_t>(tag)]; }
+
+  int64_t sentence_ends() const {
+    return tagset_.Sent_Tag >= 0 ? tag_counts_[static_cast<size_t>(tagset_.Sent_Tag)] : 0;
   }
 
-  void take_token(const char* form, int tag, int context_tag, PieceReader& reader, Report& report) {
-    ++tag_counts_[tag];
+  void take_token(int64_t line, std::string_view text, line_kind_t kind, int tag, int context_tag) {
+    ++tag_counts_[static_cast<size_t>(tag)];
     if (tag != context_tag)
-      report.add(Corpus_Two_Readings, reader.line(), "is a %s to the lexicon and a %s to the tag contexts",
-                 Tag[tag], Tag[context_tag]);
-    const int word = lexicon_.find(form);
-    if (word >= 0) {
-      if (lexicon_.lists(word, tag)) return;
-      ++unlisted_;
-      report.add(Corpus_Tag_Not_Listed, reader.line(), "the entry of '%s' lacks the tag %s",
-                 printable(form).c_str(), Tag[tag]);
-    } else if (ord(form) || card(form)) {
+      report_.add(
+          Corpus_Two_Readings, line,
+          formatted("is a %s to the lexicon and a %s to the tag contexts", name(tag), name(context_tag)));
+    if (kind == line_kind_t::Number) {
       ++numbers_;
-    } else {
+    } else if (kind == line_kind_t::Unlisted) {
+      ++unlisted_;
+      add_with_fields(Corpus_Tag_Not_Listed, line, text, [&](const corpus_line_t& fields) {
+        return formatted("the entry of '%s' lacks the tag %s", printable(fields.word).c_str(), name(tag));
+      });
+    } else if (kind == line_kind_t::Unknown) {
       ++unknown_;
-      report.add(Corpus_No_Entry, reader.line(), "'%s' has no entry", printable(form).c_str());
+      add_with_fields(Corpus_No_Entry, line, text, [](const corpus_line_t& fields) {
+        return formatted("'%s' has no entry", printable(fields.word).c_str());
+      });
     }
   }
 
-  const Lexicon& lexicon_;
+  // A line that stops the training.
+  void take_fault(int64_t line, std::string_view text, line_kind_t kind, int tag, context_tag_t context) {
+    const bool is_empty = kind == line_kind_t::Nothing;
+    if ((text.ends_with("\r\n") || text.ends_with('\r')) && (tag >= 0 || is_empty))
+      return report_.add(Corpus_Carriage_Return, line, "CR LF: the carriage return becomes part of the tag");
+    if (is_empty) return report_.add(Corpus_Blank_Line, line, "neither empty nor a token");
+    std::string copy(text);
+    const corpus_line_t fields(copy.data());
+    if (*fields.tag == '\0' || context.kind == context_tag_t::No_Tag)
+      return report_.add(Corpus_No_Tag, line,
+                         formatted("no tag for the word form '%s'%s", printable(fields.word).c_str(),
+                                   LexiconFindings::hint_at_tab(fields.word)));
+    report_.add(Corpus_Unknown_Tag, line,
+                formatted("%s, the tag of '%s', is no tag of the lexicon", printable(fields.tag).c_str(),
+                          printable(fields.word).c_str()));
+  }
+
+  // The text is made only if it will be shown: millions of tokens may be without an entry.
+  template <class MakeText>
+  void add_with_fields(kind_t kind, int64_t line, std::string_view text, MakeText make_text) {
+    if (!report_.has_room(kind)) return report_.add(kind, line, {});
+    std::string copy(text);
+    report_.add(kind, line, make_text(corpus_line_t(copy.data())));
+  }
+
+  Report& report_;
+  const LineWatch& watch_;
+  const Tagset& tagset_;
   std::vector<int64_t> tag_counts_;
   int64_t tokens_ = 0;
   int64_t unlisted_ = 0;
@@ -494,34 +511,39 @@ class Corpus {
   int64_t unknown_ = 0;
 };
 
-int check_command(int argc, char** argv) {
-  const CommandLine line(argc, argv, Options, 3, 3);
-  const char* const open_name = line.operands()[1];
+int check_command(const CommandLine& line, Remarks& remarks) {
+  const std::vector<const char*>& files = line.operands();
   TextOutput out("-");
   Report report(out, line.has("all"));
 
-  Lexicon lexicon;
-  PieceReader lexicon_reader(line.operands()[0], report);
-  lexicon.read(lexicon_reader, line.value("sentence-tag", "SENT"), report);
-  report.print(lexicon_reader.name());
+  CheckedFile lexicon_file(files[0], "lexicon", report, remarks);
+  LexiconFindings lexicon_findings(report, lexicon_file.watch());
+  TrainingLexicon lexicon = lexicon_file.read([&](const Input& input) {
+    return read_lexicon_file(input, line.value("sentence-tag", "SENT"), {}, lexicon_findings);
+  });
+  lexicon_findings.finish(lexicon.tagset);
+  report.print(lexicon_file.name());
 
-  OpenClasses open;
-  open.read(open_name, report);
-  if (open.count() > 0 && !lexicon.has_long_word(open.flags()))
-    report.add(
-        Open_No_Long_Word, 0,
-        "no word form of 6 bytes or more has one of these tags: nothing is learnt about unknown words");
-  report.print(shown_name(open_name, "standard input"));
+  Input open_input;
+  open_input.name = shown_name(files[1], "standard input");
+  if (std::strcmp(files[1], "-") == 0) open_input.stream = stdin;
+  OpenClassFindings open_findings(report);
+  const std::vector<char> open = read_open_classes(open_input, lexicon.tagset, {}, open_findings);
+  const auto open_tags = std::count(open.begin(), open.end(), 1);
+  open_findings.finish(open_tags, has_long_open_word(lexicon.lexicon, open));
+  report.print(open_input.name);
 
-  PieceReader corpus_reader(line.operands()[2], report);
-  Corpus corpus(lexicon);
-  corpus.read(corpus_reader, report);
-  report.print(corpus_reader.name());
-  corpus.report_unused_tags(report);
-  report.print(lexicon_reader.name());
+  CheckedFile corpus_file(files[2], "corpus", report, remarks);
+  CorpusFindings corpus(report, corpus_file.watch(), lexicon.tagset);
+  corpus_file.read([&](const Input& input) { return count_corpus(input, lexicon, 1, {}, corpus); });
+  corpus.finish();
+  report.print(corpus_file.name());
+  corpus.report_unused_tags(lexicon_findings);
+  report.print(lexicon_file.name());
 
-  out.print("lexicon       %d word forms, %d tags\n", lexicon.size(), Number_of_Tags);
-  out.print("open classes  %d tags\n", open.count());
+  out.print("lexicon       %lld word forms, %d tags\n", static_cast<long long>(lexicon_findings.lines),
+            lexicon.tagset.Number_of_Tags);
+  out.print("open classes  %lld tags\n", static_cast<long long>(open_tags));
   corpus.print_summary(out);
   out.print("%lld errors, %lld warnings: the training would %s\n", static_cast<long long>(report.errors()),
             static_cast<long long>(report.warnings()), report.errors() == 0 ? "run" : "stop");
@@ -531,7 +553,7 @@ int check_command(int argc, char** argv) {
 
 }  // namespace
 
-const command_t Check_Command = {"check", "what would stop a training or weaken its model", Help,
-                                 check_command};
+const command_t Check_Command = {
+    "check", "what would stop a training or weaken its model", Help, Options, 3, 3, check_command};
 
 }  // namespace orvelle

@@ -1,13 +1,12 @@
 // A subcommand of the program `orvelle`, and how it reads its arguments.
 //
-//   const option_t Options[] = {{"word", "FORM"}, {"all", nullptr}};
+//   constexpr option_t Options[] = {{"word", "FORM"}, {"all", nullptr}};
 //
-//   int show_command(int argc, char** argv) {
-//     const CommandLine line(argc, argv, Options, 1, 1);    "orvelle show --word light sample.par"
+//   int show_command(const CommandLine& line, Remarks&) {    "orvelle show --word light sample.par"
 //     if (line.has("all")) ...
 //     read_parameter_file(line.operands()[0]);
 //   }
-//   const command_t Show_Command = {"show", "what is in a parameter file", Help, show_command};
+//   const command_t Show_Command = {"show", "what is in a parameter file", Help, Options, 1, 1, show_command};
 //
 // Exit statuses: 0 for a job done, 1 for one that failed (or a judgement that came out bad, where the command
 // gives one), 2 for misuse.
@@ -16,16 +15,29 @@
 #include <cstdint>
 #include <initializer_list>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
+#include "commands/remarks.h"
+
 namespace orvelle {
+
+struct option_t {
+  const char* name;   // without the leading "--"
+  const char* value;  // what its value is called in messages; null for an option without one
+};
+
+class CommandLine;
 
 struct command_t {
   const char* name;
-  const char* summary;                // one line, for the list of commands
-  const char* help;                   // what --help prints: usage, description, options; ends in a line end
-  int (*run)(int argc, char** argv);  // argv[0] is the name; returns the exit status
+  const char* summary;  // one line, for the list of commands
+  const char* help;     // what --help prints: usage, description, options; ends in a line end
+  std::span<const option_t> options;
+  int least, most;                                        // operands; `most` below 0: no limit
+  int (*run)(const CommandLine& line, Remarks& remarks);  // returns the exit status
+  bool tags = false;                                      // takes the options of tagger_options.h as well
 };
 
 // Each in <name>_command.cpp.
@@ -36,28 +48,16 @@ extern const command_t Evaluate_Command;
 extern const command_t Tune_Command;
 extern const command_t Show_Command;
 
-// The command that runs; written by main before it calls `run`. Its name begins every remark.
-extern const command_t* Current_Command;
-
-// What --version prints, of the program and of each command; returns status 0.
-int print_version();
-
-// Prints a message and where help is to be found, and ends the process with status 2.
-[[noreturn, gnu::format(printf, 1, 2)]] void misuse(const char* format, ...);
-
-struct option_t {
-  const char* name;   // without the leading "--"
-  const char* value;  // what its value is called in messages; null for an option without one
-};
-
-// The arguments of a command, read as far as their form goes. Options are written --name VALUE or
-// --name=VALUE and may stand anywhere; "--" ends them; "-" and all else are operands. --help prints the help
-// to standard output, --version the version, and both end the process with status 0. Whatever is wrong ends it through
-// misuse.
+// The arguments of a command, read as far as their form goes. Options are written --name VALUE or --name=VALUE and may
+// stand anywhere; "--" ends them; "-" and all else are operands. Whatever is wrong is misuse.
 class CommandLine {
  public:
-  // `most` below 0: no limit.
-  CommandLine(int argc, char** argv, std::span<const option_t> options, int least, int most);
+  // argv[0] is the command's name.
+  CommandLine(const command_t& command, int argc, char** argv);
+
+  // --help or --version was met; nothing behind it was looked at.
+  bool asks_for_help() const { return asks_for_help_; }
+  bool asks_for_version() const { return asks_for_version_; }
 
   bool has(std::string_view name) const;
 
@@ -78,8 +78,11 @@ class CommandLine {
     const option_t* option;
     const char* value;
   };
-  int take_option(int argc, char** argv, int i, std::span<const option_t> options);
+  bool take_arguments(const command_t& command, int argc, char** argv);
+  int take_option(const command_t& command, int argc, char** argv, int i);
 
+  bool asks_for_help_ = false;
+  bool asks_for_version_ = false;
   std::vector<given_t> given_;
   std::vector<const char*> operands_;
 };

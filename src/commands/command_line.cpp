@@ -1,75 +1,68 @@
 #include <cerrno>
-#include <cmath>
-#include <cstdarg>
-#include <cstdio>
 #include <cstdlib>
-#include <string>
 
 #include "commands/command.h"
-#include "commands/text_io.h"
+#include "commands/tagger_options.h"
+#include "support/errors.h"
 
 namespace orvelle {
 
-const command_t* Current_Command = nullptr;
+namespace {
 
-void misuse(const char* format, ...) {
-  const std::string program = Current_Command ? std::string("orvelle ") + Current_Command->name : "orvelle";
-  std::fprintf(stderr, "%s: ", program.c_str());
-  va_list arguments;
-  va_start(arguments, format);
-  std::vfprintf(stderr, format, arguments);
-  va_end(arguments);
-  std::fprintf(stderr, "\nTry '%s --help'.\n", program.c_str());
-  std::exit(2);
+const option_t& find_option(const command_t& command, std::string_view argument) {
+  if (argument.starts_with("--")) {
+    for (const option_t& option : command.options)
+      if (argument.substr(2) == option.name) return option;
+    if (command.tags)
+      for (const option_t& option : Tagger_Options)
+        if (argument.substr(2) == option.name) return option;
+  }
+  misuse("no such option: " + std::string(argument));
 }
 
-int print_version() {
-  TextOutput out("-");
-  out.put("orvelle " ORVELLE_VERSION "\n");
-  out.close();
-  return 0;
+}  // namespace
+
+CommandLine::CommandLine(const command_t& command, int argc, char** argv) {
+  if (!take_arguments(command, argc, argv)) return;
+  const int count = static_cast<int>(operands_.size());
+  if (count < command.least) misuse(count == 0 ? "which file?" : "too few file names");
+  if (command.most >= 0 && count > command.most)
+    misuse(std::string("one file name too many: ") + operands_[command.most]);
 }
 
-CommandLine::CommandLine(int argc, char** argv, std::span<const option_t> options, int least, int most) {
+// Returns whether there is work to do.
+bool CommandLine::take_arguments(const command_t& command, int argc, char** argv) {
   bool are_options = true;
   for (int i = 1; i < argc; ++i) {
     const std::string_view argument = argv[i];
-    if (!are_options || argument == "-" || !argument.starts_with('-'))
+    if (!are_options || argument == "-" || !argument.starts_with('-')) {
       operands_.push_back(argv[i]);
-    else if (argument == "--")
+    } else if (argument == "--") {
       are_options = false;
-    else
-      i = take_option(argc, argv, i, options);
+    } else {
+      asks_for_help_ = argument == "--help" || argument == "-h";
+      asks_for_version_ = argument == "--version";
+      if (asks_for_help_ || asks_for_version_) return false;
+      i = take_option(command, argc, argv, i);
+    }
   }
-  const int count = static_cast<int>(operands_.size());
-  if (count < least) misuse("%s", count == 0 ? "which file?" : "too few file names");
-  if (most >= 0 && count > most) misuse("one file name too many: %s", operands_[most]);
+  return true;
 }
 
 // Returns the index of the last argument that belongs to the option.
-int CommandLine::take_option(int argc, char** argv, int i, std::span<const option_t> options) {
+int CommandLine::take_option(const command_t& command, int argc, char** argv, int i) {
   const std::string_view argument = argv[i];
-  if (argument == "--help" || argument == "-h") {
-    TextOutput out("-");
-    out.put(Current_Command->help);
-    out.close();
-    std::exit(0);
-  }
-  if (argument == "--version") std::exit(print_version());
   const std::string_view name = argument.substr(0, argument.find('='));
-  for (const option_t& option : options) {
-    if (!name.starts_with("--") || name.substr(2) != option.name) continue;
-    const bool has_value = name.size() < argument.size();
-    if (option.value == nullptr && has_value) misuse("--%s takes no value", option.name);
-    if (option.value == nullptr || has_value) {
-      given_.push_back({&option, has_value ? argv[i] + name.size() + 1 : nullptr});
-      return i;
-    }
-    if (i + 1 == argc) misuse("--%s lacks its %s", option.name, option.value);
-    given_.push_back({&option, argv[i + 1]});
-    return i + 1;
+  const option_t& option = find_option(command, name);
+  const bool has_value = name.size() < argument.size();
+  if (option.value == nullptr && has_value) misuse(formatted("--%s takes no value", option.name));
+  if (option.value == nullptr || has_value) {
+    given_.push_back({&option, has_value ? argv[i] + name.size() + 1 : nullptr});
+    return i;
   }
-  misuse("no such option: %.*s", static_cast<int>(name.size()), name.data());
+  if (i + 1 == argc) misuse(formatted("--%s lacks its %s", option.name, option.value));
+  given_.push_back({&option, argv[i + 1]});
+  return i + 1;
 }
 
 std::vector<const char*> CommandLine::values(std::string_view name) const {
@@ -92,8 +85,8 @@ double CommandLine::number(std::string_view name, double fallback, double least,
   char* end;
   const double number = std::strtod(text, &end);
   if (end == text || *end != '\0' || !(number >= least && number <= most))
-    misuse("--%.*s takes a number from %g to %g, not '%s'", static_cast<int>(name.size()), name.data(), least,
-           most, text);
+    misuse(formatted("--%.*s takes a number from %g to %g, not '%s'", static_cast<int>(name.size()),
+                     name.data(), least, most, text));
   return number;
 }
 
@@ -104,8 +97,8 @@ int64_t CommandLine::integer(std::string_view name, int64_t fallback, int64_t le
   errno = 0;
   const long long number = std::strtoll(text, &end, 10);
   if (end == text || *end != '\0' || errno != 0 || number < least || number > most)
-    misuse("--%.*s takes a whole number from %lld to %lld, not '%s'", static_cast<int>(name.size()),
-           name.data(), static_cast<long long>(least), static_cast<long long>(most), text);
+    misuse(formatted("--%.*s takes a whole number from %lld to %lld, not '%s'", static_cast<int>(name.size()),
+                     name.data(), static_cast<long long>(least), static_cast<long long>(most), text));
   return number;
 }
 
@@ -120,7 +113,7 @@ int CommandLine::choice(std::string_view name, int fallback,
     list += (place++ == 0 ? "" : ", ");
     list += choice;
   }
-  misuse("--%.*s is one of %s, not '%s'", static_cast<int>(name.size()), name.data(), list.c_str(), text);
+  misuse("--" + std::string(name) + " is one of " + list + ", not '" + text + "'");
 }
 
 }  // namespace orvelle

@@ -7,10 +7,13 @@
 #include <vector>
 
 #include "commands/command.h"
+#include "commands/conllu.h"
+#include "commands/escape.h"
+#include "commands/evaluation.h"
+#include "commands/sentence_jobs.h"
 #include "commands/tagger_options.h"
 #include "commands/text_io.h"
-#include "lexicon/tagset.h"
-#include "tagger/evaluation.h"
+#include "support/errors.h"
 
 namespace orvelle {
 
@@ -25,10 +28,9 @@ constexpr const char* Help =
     "\n"
     "  --json              everything as one JSON object\n"
     "  --tags N            the N most frequent tags in the table, 0 for all (20)\n"
-    "  --confusions N      the N most frequent confusions, 0 for all (10)\n" ORVELLE_TAGGER_HELP;
+    "  --confusions N      the N most frequent confusions, 0 for all (10)\n";
 
-constexpr option_t Options[] = {
-    {"json", nullptr}, {"tags", "N"}, {"confusions", "N"}, ORVELLE_TAGGER_OPTIONS};
+constexpr option_t Options[] = {{"json", nullptr}, {"tags", "N"}, {"confusions", "N"}};
 
 using tag_row_t = std::pair<const std::string, tag_score_t>;
 using confusion_row_t = std::pair<const std::pair<std::string, std::string>, confusion_t>;
@@ -47,61 +49,66 @@ double percent(double share) { return 100.0 * share; }
 
 // ---- reading
 
-// In a corpus without empty lines the sentence tags tell how many sentences are right; the decoding knows nothing of
-// them.
-class Run {
+// A worker of SentenceJobs.
+class GoldReader {
  public:
-  Run(Tagger& tagger, TextInput& in) : in_(in), evaluator_(tagger, result_, true) {}
+  // All must outlive the object. `name` is that of the corpus in messages.
+  GoldReader(const Model& model, const tagger_options_t& options, const char* name)
+      : name_(name), evaluator_(model, Tagger(model, options), true) {}
 
-  void run() {
-    ProgressLine progress("evaluating");
-    while (in_.next()) {
-      take_line();
-      if (in_.number() % 4096 == 0) progress.update(in_.bytes_read(), in_.size());
-    }
-    evaluator_.end_sentence();
-    if (!has_empty_lines_) result_.sentences = result_.marked_sentences;
-    if (result_.all.words == 0) stop("no words in %s", in_.name());
-    report_foreign_tags();
-  }
-
-  const evaluation_t& result() const { return result_; }
-
- private:
-  void take_line() {
-    std::string_view line = in_.line();
-    if (line.ends_with('\r')) line.remove_suffix(1);
+  void take_line(std::string_view line, int64_t number) {
+    line = without_end(line);
     if (line.empty()) {
       has_empty_lines_ = true;
       evaluator_.end_sentence();
       return;
     }
-    const size_t tab = line.find('\t');
-    if (tab == std::string_view::npos)
-      stop_at(in_.name(), in_.number(), "no TAB and tag behind the word: %s", printable(line).c_str());
-    const std::string_view form = line.substr(0, tab);
-    line.remove_prefix(tab + 1);
-    evaluator_.add(form, line.substr(0, line.find('\t')));
+    std::array<std::string_view, 2> fields;  // the form and its tag
+    if (split_at_tabs(line, fields) < 2)
+      stop_at(name_, number, "no TAB and tag behind the word: " + printable(line));
+    evaluator_.add(fields[0], fields[1]);
   }
 
-  // One remark, whatever their number: a corpus of another tagset has hundreds.
-  void report_foreign_tags() const {
-    constexpr int64_t Most = 5;
-    if (result_.foreign_tags.empty()) return;
-    const auto words = [](const auto& row) { return row.second; };
-    std::string list;
-    for (const auto* row : largest(result_.foreign_tags, Most, words))
-      list += (list.empty() ? "" : ", ") + printable(row->first) + " " + std::to_string(row->second);
-    const size_t tags = result_.foreign_tags.size();
-    remark("%zu tag%s of the corpus not in the model, whose words count as wrong: %s%s", tags,
-           tags == 1 ? "" : "s", list.c_str(), tags > static_cast<size_t>(Most) ? ", ..." : "");
+  void end_text() { evaluator_.end_sentence(); }
+  bool passes_through(std::string_view) const { return false; }
+
+  evaluation_t take_result() {
+    evaluation_t result = evaluator_.take_result();
+    result.has_empty_lines = has_empty_lines_;
+    return result;
   }
 
-  TextInput& in_;
-  evaluation_t result_;
+ private:
+  const char* name_;
   Evaluator evaluator_;
   bool has_empty_lines_ = false;
 };
+
+// In a corpus without empty lines the sentence tags tell how many sentences are right; the decoding knows nothing of
+// them.
+evaluation_t evaluate(const Model& model, const tagger_options_t& options, TextInput& in, size_t jobs,
+                      Remarks& remarks) {
+  evaluation_t result;
+  ProgressLine progress(remarks, "evaluating");
+  const auto take = [&result](const evaluation_t& part, bool) { result.add(part); };
+  SentenceJobs(in, GoldReader(model, options, in.name()), jobs, take).run(progress);
+  if (!result.has_empty_lines) result.sentences = result.marked_sentences;
+  if (result.all.words == 0) stop(std::string("no words in ") + in.name());
+  return result;
+}
+
+// One remark, whatever their number: a corpus of another tagset has hundreds.
+void report_foreign_tags(const evaluation_t& result, Remarks& remarks) {
+  constexpr int64_t Most = 5;
+  if (result.foreign_tags.empty()) return;
+  const auto words = [](const auto& row) { return row.second; };
+  std::string list;
+  for (const auto* row : largest(result.foreign_tags, Most, words))
+    list += (list.empty() ? "" : ", ") + printable(row->first) + " " + std::to_string(row->second);
+  const size_t tags = result.foreign_tags.size();
+  remarks.say(formatted("%zu tag%s of the corpus not in the model, whose words count as wrong: %s%s", tags,
+                        tags == 1 ? "" : "s", list.c_str(), tags > static_cast<size_t>(Most) ? ", ..." : ""));
+}
 
 // ---- the table
 
@@ -142,28 +149,12 @@ void put_table(TextOutput& out, const evaluation_t& result, int64_t tags, int64_
 
 // ---- JSON
 
-// A JSON string. Bytes from 0x80 on stand as they are: the output has the encoding of the corpus.
-std::string quoted(std::string_view text) {
-  std::string result = "\"";
-  for (const char c : text) {
-    char code[8];
-    std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned char>(c));
-    if (c == '"' || c == '\\')
-      (result += '\\') += c;
-    else if (static_cast<unsigned char>(c) < ' ')
-      result += code;
-    else
-      result += c;
-  }
-  return result += '"';
-}
-
 void put_json_score(TextOutput& out, const char* name, const score_t& score) {
   out.print("  \"%s\": {\"number\": %lld, \"right\": %lld, \"accuracy\": %.6f},\n", name,
             static_cast<long long>(score.words), static_cast<long long>(score.right), score.accuracy());
 }
 
-void put_json(TextOutput& out, const evaluation_t& result, double seconds) {
+void put_json(TextOutput& out, const Model& model, const evaluation_t& result, double seconds) {
   out.put("{\n");
   put_json_score(out, "all", result.all);
   put_json_score(out, "known", result.known);
@@ -175,7 +166,7 @@ void put_json(TextOutput& out, const evaluation_t& result, double seconds) {
   for (const tag_row_t* row : largest(result.tags, 0, [](const tag_row_t& r) { return r.second.gold; })) {
     const tag_score_t& score = row->second;
     out.print("%s    {\"tag\": %s, \"in_model\": %s, \"gold\": %lld, \"given\": %lld, \"right\": %lld, ",
-              separator, quoted(row->first).c_str(), find_tag(row->first) >= 0 ? "true" : "false",
+              separator, json_quoted(row->first).c_str(), model.find_tag(row->first) >= 0 ? "true" : "false",
               static_cast<long long>(score.gold), static_cast<long long>(score.given),
               static_cast<long long>(score.right));
     out.print("\"precision\": %.6f, \"recall\": %.6f, \"f1\": %.6f}", score.precision(), score.recall(),
@@ -187,11 +178,11 @@ void put_json(TextOutput& out, const evaluation_t& result, double seconds) {
   for (const confusion_row_t* row :
        largest(result.confusions, 0, [](const confusion_row_t& r) { return r.second.words; })) {
     out.print("%s    {\"gold\": %s, \"given\": %s, \"number\": %lld, \"examples\": [", separator,
-              quoted(row->first.first).c_str(), quoted(row->first.second).c_str(),
+              json_quoted(row->first.first).c_str(), json_quoted(row->first.second).c_str(),
               static_cast<long long>(row->second.words));
     const char* comma = "";
     for (const std::string& example : row->second.examples) {
-      out.print("%s%s", comma, quoted(example).c_str());
+      out.print("%s%s", comma, json_quoted(example).c_str());
       comma = ", ";
     }
     out.put("]}");
@@ -200,30 +191,29 @@ void put_json(TextOutput& out, const evaluation_t& result, double seconds) {
   out.put("\n  ]\n}\n");
 }
 
-int evaluate_command(int argc, char** argv) {
-  const CommandLine line(argc, argv, Options, 1, 2);
-  const Tagger::Choice choice = choice_option(line);
-  const size_t beam = beam_option(line);
+int evaluate_command(const CommandLine& line, Remarks& remarks) {
+  const tagger_options_t options = tagger_options(line);
+  const size_t jobs = jobs_option(line, 1);
   const int64_t tags = line.integer("tags", 20, 0, INT64_MAX);
   const int64_t confusions = line.integer("confusions", 10, 0, INT64_MAX);
-  load_model(line);
-  TextInput in(line.operands().size() > 1 ? line.operands()[1] : "-");
+  const Model model = load_model(line);
+  TextInput in(text_name(line));
   const auto start = std::chrono::steady_clock::now();
-  Tagger tagger(choice, beam);
-  Run run(tagger, in);
-  run.run();
+  const evaluation_t result = evaluate(model, options, in, jobs, remarks);
+  report_foreign_tags(result, remarks);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   TextOutput out("-");
   if (line.has("json"))
-    put_json(out, run.result(), seconds);
+    put_json(out, model, result, seconds);
   else
-    put_table(out, run.result(), tags, confusions, seconds);
+    put_table(out, result, tags, confusions, seconds);
   out.close();
   return 0;
 }
 
 }  // namespace
 
-const command_t Evaluate_Command = {"evaluate", "compare with a gold corpus", Help, evaluate_command};
+const command_t Evaluate_Command = {
+    "evaluate", "compare with a gold corpus", Help, Options, 1, 2, evaluate_command, true};
 
 }  // namespace orvelle

@@ -19,9 +19,12 @@
 #include <vector>
 
 #include "commands/command.h"
+#include "commands/escape.h"
 #include "commands/text_io.h"
 #include "commands/treebank.h"
 #include "lexicon/tagset.h"
+#include "support/errors.h"
+#include "support/strings.h"
 
 namespace orvelle {
 
@@ -251,19 +254,18 @@ size_t line_length(const Treebank& treebank, const entry_line_t& line) {
 
 void require_soundness(const Treebank& treebank, const std::vector<entry_line_t>& lexicon,
                        const std::vector<token_t>& tokens, const char* sentence_tag) {
-  if (treebank.refused > 0)
-    stop("%lld lines refused, nothing written", static_cast<long long>(treebank.refused));
+  if (treebank.refused > 0) stop(std::to_string(treebank.refused) + " lines refused, nothing written");
   if (tokens.empty()) stop("no tokens, nothing written");
   for (const entry_line_t& line : lexicon)
     if (line_length(treebank, line) > Max_Line_Length)
-      stop("the entry of '%s' would be longer than %d bytes, nothing written",
-           printable(treebank.strings.text(line.form)).c_str(), Max_Line_Length);
+      stop(formatted("the entry of '%s' would be longer than %d bytes, nothing written",
+                     printable(treebank.strings.text(line.form)).c_str(), Max_Line_Length));
   if (count_tags(treebank, lexicon) > Max_Number_of_Tags)
-    stop("more than %d tags (are tags and lemmas swapped?), nothing written", Max_Number_of_Tags);
+    stop(formatted("more than %d tags (are tags and lemmas swapped?), nothing written", Max_Number_of_Tags));
   for (const entry_line_t& line : lexicon)
     for (const pair_t& pair : line.pairs)
       if (std::strcmp(treebank.strings.text(pair.tag), sentence_tag) == 0) return;
-  stop("no token gets the sentence tag %s, nothing written (see --sentence-end)", sentence_tag);
+  stop(formatted("no token gets the sentence tag %s, nothing written (see --sentence-end)", sentence_tag));
 }
 
 // ---- writing
@@ -332,7 +334,7 @@ void protect_inputs(const Writer& writer, const std::vector<const char*>& inputs
     for (const char* output : {"lexicon", "open-classes", "corpus", "test"}) {
       std::error_code missing;
       if (std::filesystem::equivalent(input, writer.path(output), missing))
-        stop("%s would be overwritten; choose another folder with --into", input);
+        stop(std::string(input) + " would be overwritten; choose another folder with --into");
     }
 }
 
@@ -378,15 +380,14 @@ void print_summary(const Treebank& treebank, const parts_t& parts, const std::ve
   out.close();
 }
 
-int prepare_command(int argc, char** argv) {
-  const CommandLine line(argc, argv, Options, 0, -1);
+int prepare_command(const CommandLine& line, Remarks& remarks) {
   const treebank_options_t options = treebank_options(line);
   const double share = line.number("held-out", 0.0, 0.0, 0.9);
   const int64_t once = line.integer("once", 10, 0, 1000000000);
   std::vector<const char*> inputs = line.operands();
   if (inputs.empty()) inputs.push_back("-");
 
-  Treebank treebank(options);
+  Treebank treebank(options, remarks);
   const std::filesystem::path folder = line.value("into", ".");
   const Writer writer(treebank, folder);
   protect_inputs(writer, inputs);
@@ -402,7 +403,7 @@ int prepare_command(int argc, char** argv) {
   const open_t how = static_cast<open_t>(line.choice(
       "open", treebank.has_universal_tags ? By_Universal_Tag : By_Forms_Seen_Once, {"upos", "once"}));
   const std::vector<const char*> open = chooser.choose(how, once, options.sentence_tag);
-  if (open.empty()) remark("no open classes: nothing will be learnt about unknown words (see --open)");
+  if (open.empty()) remarks.say("no open classes: nothing will be learnt about unknown words (see --open)");
 
   std::error_code failure;
   std::filesystem::create_directories(folder, failure);  // a failure shows when the first file is opened
@@ -416,7 +417,7 @@ int prepare_command(int argc, char** argv) {
 
 }  // namespace
 
-const command_t Prepare_Command = {"prepare", "from a treebank to the files of a training", Help,
-                                   prepare_command};
+const command_t Prepare_Command = {
+    "prepare", "from a treebank to the files of a training", Help, Options, 0, -1, prepare_command};
 
 }  // namespace orvelle

@@ -4,30 +4,28 @@
 // children is as long as the training found tags to ask for. The text of the tree is an if / else if chain,
 // whose indentation grows with the yes branches alone, and of these no path has more than there are context
 // positions.
+#include <orvelle/model.h>
+#include <orvelle/word_forms.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <initializer_list>
+#include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "affix/affix_lookup.h"
 #include "commands/command.h"
+#include "commands/escape.h"
 #include "commands/tagger_options.h"
 #include "commands/text_io.h"
-#include "context/context_tree.h"
-#include "driver/parameter_file.h"
-#include "driver/settings.h"
-#include "lexicon/entries.h"
-#include "lexicon/lemmas.h"
-#include "lexicon/lexicon_section.h"
-#include "lexicon/tagset.h"
+#include "model/tables.h"
+#include "support/errors.h"
 #include "support/strings.h"
-#include "support/word_forms.h"
 #include "tagger/guesser.h"
 
 namespace orvelle {
@@ -87,21 +85,6 @@ distribution_t best(distribution_t shares, size_t most) {
 
 // ---- text
 
-// Reversible: control bytes, the backslash and `more` as \xNN.
-std::string escaped(std::string_view text, char more = '\\') {
-  std::string result;
-  for (const char c : text) {
-    const unsigned char byte = static_cast<unsigned char>(c);
-    char code[5];
-    std::snprintf(code, sizeof code, "\\x%02x", byte);
-    if (byte < ' ' || byte == 0x7F || c == '\\' || c == more)
-      result += code;
-    else
-      result += c;
-  }
-  return result;
-}
-
 std::string joined(std::initializer_list<std::string_view> parts) {
   std::string result;
   for (const std::string_view part : parts) result += part;
@@ -115,22 +98,22 @@ std::string exact(Float value) {
   return std::string(text, std::to_chars(text, text + sizeof text, value).ptr);
 }
 
-void put_columns(TextOutput& out, const distribution_t& shares) {
-  for (const auto& [tag, prob] : shares) out.print("    %-10s %8.6f\n", escaped(Tag[tag]).c_str(), prob);
+std::string tag_text(const Model& model, int tag) { return escaped(model.Tag(tag)); }
+
+void put_columns(TextOutput& out, const Model& model, const distribution_t& shares) {
+  for (const auto& [tag, prob] : shares) out.print("    %-10s %8.6f\n", tag_text(model, tag).c_str(), prob);
 }
 
 // ---- affix trees
 
 struct affix_tree_view_t {
   const char* name;
-  const ANODE* nodes;
-  size_t size;
+  std::span<const ANODE> nodes;
   bool from_end;  // it is walked from the last byte on
 };
 
-std::vector<affix_tree_view_t> affix_trees() {
-  return {{"prefix", Prefix_Lexicon, Number_of_Prefnodes, false},
-          {"suffix", Suffix_Lexicon, Number_of_Suffnodes, true}};
+std::vector<affix_tree_view_t> affix_trees(const Model& model) {
+  return {{"prefix", model.Prefix_Lexicon(), false}, {"suffix", model.Suffix_Lexicon(), true}};
 }
 
 std::string symbol_text(int symbol) {
@@ -138,14 +121,12 @@ std::string symbol_text(int symbol) {
   if (symbol == Default_Symbol) return "*";
   const char byte = static_cast<char>(symbol);
   // A byte alone is no character where it is one of several.
-  char code[5];
-  std::snprintf(code, sizeof code, "\\x%02x", static_cast<unsigned char>(byte));
-  return symbol < 0 ? code : escaped({&byte, 1}, '*');
+  return symbol < 0 ? hex_code(byte) : escaped({&byte, 1}, '*');
 }
 
 std::vector<int> parents(const affix_tree_view_t& tree) {
-  std::vector<int> parent(tree.size, -1);
-  for (size_t i = 0; i < tree.size; ++i)
+  std::vector<int> parent(tree.nodes.size(), -1);
+  for (size_t i = 0; i < tree.nodes.size(); ++i)
     if (!tree.nodes[i].leaf)
       for (int k = 0; k < tree.nodes[i].number; ++k)
         parent[tree.nodes[i].first_child + k] = static_cast<int>(i);
@@ -165,85 +146,87 @@ std::string affix_text(const affix_tree_view_t& tree, const std::vector<int>& pa
 }
 
 int affix_depth(const affix_tree_view_t& tree, const std::vector<int>& parent) {
-  std::vector<int> depth(tree.size, 0);
+  std::vector<int> depth(tree.nodes.size(), 0);
   int deepest = 0;
-  for (size_t i = 1; i < tree.size; ++i) deepest = std::max(deepest, depth[i] = depth[parent[i]] + 1);
+  for (size_t i = 1; i < tree.nodes.size(); ++i) deepest = std::max(deepest, depth[i] = depth[parent[i]] + 1);
   return deepest;
 }
 
-void show_affix_walk(TextOutput& out, const affix_tree_view_t& tree, const char* word, size_t most) {
-  const ANODE* const leaf = tree.from_end ? suffix_leaf(word) : prefix_leaf(word);
+void show_affix_walk(TextOutput& out, const Model& model, const affix_tree_view_t& tree, const char* word,
+                     size_t most) {
+  const ANODE* const leaf = tree.from_end ? model.suffix_leaf(word) : model.prefix_leaf(word);
   if (leaf == nullptr) {
     out.print("  %s tree: no leaf for these bytes\n", tree.name);
     return;
   }
   const std::vector<int> parent = parents(tree);
   std::vector<int> way;
-  for (int i = static_cast<int>(leaf - tree.nodes); i >= 0; i = parent[i]) way.push_back(i);
+  for (int i = static_cast<int>(leaf - tree.nodes.data()); i >= 0; i = parent[i]) way.push_back(i);
   std::reverse(way.begin(), way.end());
   out.print("  %s tree:", tree.name);
   for (size_t i = 1; i < way.size(); ++i)
     out.print("%s%s", i == 1 ? " " : ", ", affix_text(tree, parent, way[i]).c_str());
   out.print("%s\n", way.size() == 1 ? " a bare root" : "");
-  put_columns(out, best(distribution(*leaf), most));
+  put_columns(out, model, best(distribution(*leaf), most));
 }
 
 // ---- --word
 
-void show_entry(TextOutput& out, const char* word, const entry_t& entry) {
+void show_entry(TextOutput& out, const Model& model, const char* word, const entry_t& entry) {
   const entrydata_t& data = *entry.data;
-  const bool is_ordinal = &entry == &Fullform_Lexicon[Ordinal_Entry];
-  const bool is_cardinal = &entry == &Fullform_Lexicon[Cardinal_Entry];
+  const bool is_ordinal = &entry == &model.Fullform_Lexicon(Ordinal_Entry);
+  const bool is_cardinal = &entry == &model.Fullform_Lexicon(Cardinal_Entry);
   out.print("%s: %s, %d in the corpus\n", escaped(word).c_str(),
             is_ordinal    ? "ordinal number"
             : is_cardinal ? "cardinal number"
                           : "entry",
             data.freq);
   for (int i = 0; i < data.n; ++i)
-    out.print("    %-10s %8.6f  %s\n", escaped(Tag[data.tag[i]]).c_str(), data.prob[i],
-              escaped(Lemma[data.lemma[i]]).c_str());
+    out.print("    %-10s %8.6f  %s\n", tag_text(model, data.tag[i]).c_str(), data.prob[i],
+              escaped(model.Lemma(data.lemma[i])).c_str());
 }
 
-void show_word(TextOutput& out, const char* word, size_t most) {
-  if (const entry_t* entry = fullform_lookup(word)) return show_entry(out, word, *entry);
-  out.print("%s: no entry\n", escaped(word).c_str());
-  if (is_upper(word)) {
-    const std::string lower = all_to_lower(word);
-    if (const entry_t* entry = find_entry(lower.c_str())) {
-      out.put("  in small letters, ");
-      show_entry(out, lower.c_str(), *entry);
-    }
-  }
-  for (const affix_tree_view_t& tree : affix_trees()) show_affix_walk(out, tree, word, most);
-  out.put("  open classes:\n");
-  put_columns(out, best(distribution(*Open_Class_Node), most));
-  Guesser guesser;
+void show_guess(TextOutput& out, const Model& model, const char* word, size_t most) {
+  const Tables& tables = model.tables();
+  Guesser guesser(tables, std::make_shared<RareWords>(tables, warn_on_standard_error),
+                  warn_on_standard_error);
   distribution_t guess;
   for (const double prob : guesser.guess(word, nullptr))
     guess.push_back({static_cast<int>(guess.size()), prob});
   out.put("  the tagger's guess:\n");
-  put_columns(out, best(std::move(guess), most));
+  put_columns(out, model, best(std::move(guess), most));
+}
+
+void show_word(TextOutput& out, const Model& model, const char* word, size_t most) {
+  if (const entry_t* entry = model.fullform_lookup(word)) return show_entry(out, model, word, *entry);
+  out.print("%s: no entry\n", escaped(word).c_str());
+  if (is_upper(word, model.UTF8_Processing())) {
+    const std::string lower = all_to_lower(word, model.UTF8_Processing());
+    if (const entry_t* entry = model.find_entry(lower)) {
+      out.put("  in small letters, ");
+      show_entry(out, model, lower.c_str(), *entry);
+    }
+  }
+  for (const affix_tree_view_t& tree : affix_trees(model)) show_affix_walk(out, model, tree, word, most);
+  out.put("  open classes:\n");
+  put_columns(out, model, best(distribution(model.Open_Class_Node()), most));
+  show_guess(out, model, word, most);
 }
 
 // ---- decision tree
 
 bool is_leaf(const context_node_t& node) { return node.no == 0; }
 
-// How far back a position lies: 1 is the tag just before.
-int distance(int position) { return Context_Tree.context_size - position; }
-
-std::string test_text(const context_node_t& node) {
-  return joined({"tag -", std::to_string(distance(node.context_pos)), " is ", escaped(Tag[node.tag])});
+std::string test_text(const Model& model, const context_node_t& node) {
+  const int distance = model.Context_Size() - node.context_pos;  // 1 is the tag just before
+  return joined({"tag -", std::to_string(distance), " is ", tag_text(model, node.tag)});
 }
 
 // The shares are set off by `gap`.
-std::string leaf_text(const context_leaf_t& leaf, size_t most, const char* gap = " ") {
+std::string leaf_text(const Model& model, const context_leaf_t& leaf, size_t most, const char* gap = " ") {
   std::string text = std::to_string(leaf.freq) + ":";
-  for (const auto& [tag, prob] : best(distribution(leaf), most)) {
-    char share[32];
-    std::snprintf(share, sizeof share, " %.3f", prob);
-    text += joined({gap, escaped(Tag[tag]), share});
-  }
+  for (const auto& [tag, prob] : best(distribution(leaf), most))
+    text += joined({gap, tag_text(model, tag), formatted(" %.3f", prob)});
   return text;
 }
 
@@ -257,13 +240,13 @@ struct visit_t {
 // Calls `action` for every node in pre-order, without the descendants of those that lie `depth` tests deep.
 // The stack holds the no children of the yes branches on the way, so it stays small on any chain.
 template <class Action>
-void walk_tree(int32_t depth, Action action) {
+void walk_tree(const context_tree_t& tree, int32_t depth, Action action) {
   std::vector<visit_t> waiting = {{0, -1, 0, 0}};
   while (!waiting.empty()) {
     const visit_t visit = waiting.back();
     waiting.pop_back();
     action(visit);
-    const context_node_t& node = Context_Tree.nodes[visit.node];
+    const context_node_t& node = tree.nodes[visit.node];
     if (is_leaf(node) || visit.depth == depth) continue;
     waiting.push_back({node.no, visit.node, visit.depth + 1, visit.yeses});
     waiting.push_back({visit.node + 1, visit.node, visit.depth + 1, visit.yeses + 1});
@@ -272,45 +255,36 @@ void walk_tree(int32_t depth, Action action) {
 
 // `put_leaf` writes what a leaf says, up to its line end.
 template <class PutLeaf>
-void put_tree(TextOutput& out, int32_t depth, PutLeaf put_leaf) {
-  walk_tree(depth, [&](const visit_t& visit) {
-    const context_node_t& node = Context_Tree.nodes[visit.node];
+void put_tree(TextOutput& out, const Model& model, int32_t depth, PutLeaf put_leaf) {
+  const context_tree_t& tree = model.tables().Context_Tree;
+  walk_tree(tree, depth, [&](const visit_t& visit) {
+    const context_node_t& node = tree.nodes[visit.node];
     const bool is_no = visit.parent >= 0 && visit.node != visit.parent + 1;
     const bool shows_test = !is_leaf(node) && visit.depth != depth;
     out.put(std::string(2 * static_cast<size_t>(visit.yeses), ' '));
     if (is_no) out.put(shows_test ? "else " : "else: ");
     if (shows_test)
-      out.put(joined({"if ", test_text(node)}));
+      out.put(joined({"if ", test_text(model, node)}));
     else if (is_leaf(node))
-      put_leaf(Context_Tree.leaves[node.tag]);
+      put_leaf(tree.leaves[node.tag]);
     else
       out.put("...");
     out.put('\n');
   });
 }
 
-std::string dot_quoted(std::string_view text) {
-  std::string result(1, '"');
-  for (const char c : text) {
-    if (c == '"' || c == '\\') result += '\\';
-    result += c;
-  }
-  result += '"';
-  return result;
-}
-
-void put_dot(TextOutput& out, int32_t depth, size_t most) {
+void put_dot(TextOutput& out, const Model& model, int32_t depth, size_t most) {
+  const context_tree_t& tree = model.tables().Context_Tree;
   out.put(
       "digraph context_tree {\n  node [shape=box, fontname=\"sans-serif\"];\n  edge "
       "[fontname=\"sans-serif\"];\n");
-  walk_tree(depth, [&](const visit_t& visit) {
-    const context_node_t& node = Context_Tree.nodes[visit.node];
+  walk_tree(tree, depth, [&](const visit_t& visit) {
+    const context_node_t& node = tree.nodes[visit.node];
     std::string label = "...", shape = "plaintext";
     if (is_leaf(node)) {
-      const context_leaf_t& leaf = Context_Tree.leaves[node.tag];
-      label = leaf_text(leaf, most, "\n");
+      label = leaf_text(model, tree.leaves[node.tag], most, "\n");
     } else if (visit.depth != depth) {
-      label = test_text(node).append("?");
+      label = test_text(model, node).append("?");
       shape = "ellipse";
     }
     out.print("  n%d [label=%s%s];\n", visit.node, dot_quoted(label).c_str(),
@@ -324,25 +298,26 @@ void put_dot(TextOutput& out, int32_t depth, size_t most) {
 
 // ---- --context
 
-std::vector<int32_t> parse_context(const char* text) {
+std::vector<int32_t> parse_context(const Model& model, const char* text) {
   std::string copy(text);
   char* cursor = copy.data();
   std::vector<int32_t> tags;
   for (const char* name = next_string(&cursor); *name != '\0'; name = next_string(&cursor)) {
-    const int tag = find_tag(name);
-    if (tag < 0) misuse("no such tag in the file: %s", name);
+    const int tag = model.find_tag(name);
+    if (tag < 0) misuse(std::string("no such tag in the file: ") + name);
     tags.push_back(tag);
   }
-  const size_t size = static_cast<size_t>(Context_Tree.context_size);
+  const size_t size = static_cast<size_t>(model.Context_Size());
   if (tags.size() < size)
-    misuse("the tree looks at %zu preceding tags, --context gives %zu", size, tags.size());
+    misuse(formatted("the tree looks at %zu preceding tags, --context gives %zu", size, tags.size()));
   tags.erase(tags.begin(), tags.end() - static_cast<std::ptrdiff_t>(size));
   return tags;
 }
 
-void show_context(TextOutput& out, const char* text, size_t most) {
-  const std::vector<int32_t> tags = parse_context(text);
-  const context_node_t* node = Context_Tree.nodes.data();
+void show_context(TextOutput& out, const Model& model, const char* text, size_t most) {
+  const std::vector<int32_t> tags = parse_context(model, text);
+  const context_tree_t& tree = model.tables().Context_Tree;
+  const context_node_t* node = tree.nodes.data();
   int64_t noes = 0;  // in a row
   const auto put_noes = [&] {
     if (noes > 0) out.print("  no to %lld tests\n", static_cast<long long>(noes));
@@ -351,81 +326,84 @@ void show_context(TextOutput& out, const char* text, size_t most) {
   while (!is_leaf(*node)) {
     if (tags[node->context_pos] == node->tag) {
       put_noes();
-      out.print("  yes, %s\n", test_text(*node).c_str());
+      out.print("  yes, %s\n", test_text(model, *node).c_str());
       ++node;
     } else {
       ++noes;
-      node = &Context_Tree.nodes[node->no];
+      node = &tree.nodes[node->no];
     }
   }
   put_noes();
-  const context_leaf_t& leaf = Context_Tree.leaves[node->tag];
+  const context_leaf_t& leaf = tree.leaves[node->tag];
   out.print("  a leaf that %u places of the corpus reached\n", leaf.freq);
-  put_columns(out, best(distribution(leaf), most));
+  put_columns(out, model, best(distribution(leaf), most));
 }
 
 // ---- summary
 
 int64_t string_bytes(const char* text) { return static_cast<int64_t>(std::strlen(text)) + 1; }
 
-int64_t lexicon_bytes() {
-  int64_t bytes = 20 + 8 * int64_t{Number_of_Tags};
-  for (const char* name : Tag) bytes += string_bytes(name);
-  for (const char* lemma : Lemma) bytes += string_bytes(lemma);
-  for (int i = First_Entry; i < Fullform_Lexicon_Size; ++i)
-    bytes += string_bytes(Fullform_Lexicon[i].word) + 8 + 12 * int64_t{Fullform_Lexicon[i].data->n};
-  return bytes;
-}
-
-int64_t affix_bytes() {
-  int64_t bytes = 12 + 8 * int64_t{Open_Class_Node->number};
-  for (const affix_tree_view_t& tree : affix_trees()) {
-    bytes += 2 + 12 * static_cast<int64_t>(tree.size);
-    for (size_t i = 0; i < tree.size; ++i)
-      if (tree.nodes[i].leaf) bytes += 8 * int64_t{tree.nodes[i].number};
+int64_t lexicon_bytes(const Model& model) {
+  int64_t bytes = 20 + 8 * int64_t{model.Number_of_Tags()};
+  for (int tag = 0; tag < model.Number_of_Tags(); ++tag) bytes += string_bytes(model.Tag(tag));
+  for (int lemma = 0; lemma < model.Number_of_Lemmas(); ++lemma) bytes += string_bytes(model.Lemma(lemma));
+  for (int i = First_Entry; i < model.Fullform_Lexicon_Size(); ++i) {
+    const entry_t& entry = model.Fullform_Lexicon(i);
+    bytes += string_bytes(entry.word) + 8 + 12 * int64_t{entry.data->n};
   }
   return bytes;
 }
 
-int64_t context_bytes() {
-  int64_t bytes = 4 + 12 * static_cast<int64_t>(Context_Tree.nodes.size());
-  for (const context_leaf_t& leaf : Context_Tree.leaves) bytes += 12 * int64_t{leaf.n};
+int64_t affix_bytes(const Model& model) {
+  int64_t bytes = 12 + 8 * int64_t{model.Open_Class_Node().number};
+  for (const affix_tree_view_t& tree : affix_trees(model)) {
+    bytes += 2 + 12 * static_cast<int64_t>(tree.nodes.size());
+    for (const ANODE& node : tree.nodes)
+      if (node.leaf) bytes += 8 * int64_t{node.number};
+  }
   return bytes;
 }
 
-void put_lexicon_summary(TextOutput& out) {
+int64_t context_bytes(const context_tree_t& tree) {
+  int64_t bytes = 4 + 12 * static_cast<int64_t>(tree.nodes.size());
+  for (const context_leaf_t& leaf : tree.leaves) bytes += 12 * int64_t{leaf.n};
+  return bytes;
+}
+
+void put_lexicon_summary(TextOutput& out, const Model& model) {
   int64_t readings = 0;
   int seen = 0;
-  for (int i = 0; i < Fullform_Lexicon_Size; ++i) {
-    readings += Fullform_Lexicon[i].data->n;
-    seen += Fullform_Lexicon[i].data->freq > 0;
+  for (int i = 0; i < model.Fullform_Lexicon_Size(); ++i) {
+    readings += model.Fullform_Lexicon(i).data->n;
+    seen += model.Fullform_Lexicon(i).data->freq > 0;
   }
-  out.print("tags           %d, sentence tag %s\n", Number_of_Tags, escaped(Tag[Sent_Tag]).c_str());
-  out.print("lemmas         %d\n", Number_of_Lemmas);
-  out.print("entries        %d with %lld tags, %d seen in the corpus\n", Fullform_Lexicon_Size,
+  out.print("tags           %d, sentence tag %s\n", model.Number_of_Tags(),
+            tag_text(model, model.Sent_Tag()).c_str());
+  out.print("lemmas         %d\n", model.Number_of_Lemmas());
+  out.print("entries        %d with %lld tags, %d seen in the corpus\n", model.Fullform_Lexicon_Size(),
             static_cast<long long>(readings), seen);
 }
 
-void put_tree_summaries(TextOutput& out) {
-  for (const affix_tree_view_t& tree : affix_trees()) {
-    const auto leaves =
-        std::count_if(tree.nodes, tree.nodes + tree.size, [](const ANODE& node) { return node.leaf; });
-    out.print("%s tree    %zu nodes, %td of them leaves, depth %d\n", tree.name, tree.size, leaves,
+void put_tree_summaries(TextOutput& out, const Model& model) {
+  for (const affix_tree_view_t& tree : affix_trees(model))
+    out.print("%s tree    %zu nodes, %td of them leaves, depth %d\n", tree.name, tree.nodes.size(),
+              std::ranges::count_if(tree.nodes, [](const ANODE& node) { return node.leaf; }),
               affix_depth(tree, parents(tree)));
-  }
-  out.print("open classes   %d tags\n", Open_Class_Node->number);
+  out.print("open classes   %d tags\n", model.Open_Class_Node().number);
+  const context_tree_t& tree = model.tables().Context_Tree;
   int32_t deepest = 0;
-  walk_tree(-1, [&](const visit_t& visit) { deepest = std::max(deepest, visit.depth); });
+  walk_tree(tree, -1, [&](const visit_t& visit) { deepest = std::max(deepest, visit.depth); });
   out.print("decision tree  %zu nodes, %zu of them leaves, depth %d, over %d preceding tags\n",
-            Context_Tree.nodes.size(), Context_Tree.leaves.size(), deepest, Context_Tree.context_size);
+            tree.nodes.size(), tree.leaves.size(), deepest, tree.Context_Size);
 }
 
-void show_summary(TextOutput& out) {
+void show_summary(TextOutput& out, const Model& model) {
   constexpr int64_t Header = 8;
-  const int64_t lexicon = lexicon_bytes(), affixes = affix_bytes(), context = context_bytes();
-  out.print("word forms     %s\n", UTF8_Processing ? "UTF-8" : "single bytes");
-  put_lexicon_summary(out);
-  put_tree_summaries(out);
+  const int64_t lexicon = lexicon_bytes(model), affixes = affix_bytes(model),
+                context = context_bytes(model.tables().Context_Tree);
+  out.print("word forms     %s\n", model.UTF8_Processing() ? "UTF-8" : "single bytes");
+  put_lexicon_summary(out, model);
+  put_tree_summaries(out, model);
   out.print("bytes          %lld: header %lld, lexicon %lld, affixes %lld, decision tree %lld\n",
             static_cast<long long>(Header + lexicon + affixes + context), static_cast<long long>(Header),
             static_cast<long long>(lexicon), static_cast<long long>(affixes),
@@ -435,10 +413,10 @@ void show_summary(TextOutput& out) {
 // ---- --all
 
 // Affixes in byte order, because their order in the file changes with every frequency.
-void put_affix_tree(TextOutput& out, const affix_tree_view_t& tree) {
+void put_affix_tree(TextOutput& out, const Model& model, const affix_tree_view_t& tree) {
   const std::vector<int> parent = parents(tree);
   std::vector<std::pair<std::string, const ANODE*>> leaves;
-  for (size_t i = 0; i < tree.size; ++i)
+  for (size_t i = 0; i < tree.nodes.size(); ++i)
     if (tree.nodes[i].leaf)
       leaves.emplace_back(affix_text(tree, parent, static_cast<int>(i)), &tree.nodes[i]);
   std::stable_sort(leaves.begin(), leaves.end(),
@@ -446,71 +424,73 @@ void put_affix_tree(TextOutput& out, const affix_tree_view_t& tree) {
   for (const auto& [text, leaf] : leaves) {
     out.print("%s\t%s", tree.name, text.c_str());
     for (int i = 0; i < leaf->number; ++i)
-      out.put(joined({"\t", escaped(Tag[leaf->tagprob[i].tag]), " ", exact(leaf->tagprob[i].prob)}));
+      out.put(joined({"\t", tag_text(model, leaf->tagprob[i].tag), " ", exact(leaf->tagprob[i].prob)}));
     out.put('\n');
   }
 }
 
-void put_lexicon(TextOutput& out) {
-  out.print("sentence tag\t%s\n", escaped(Tag[Sent_Tag]).c_str());
-  for (int tag = 0; tag < Number_of_Tags; ++tag)
-    out.print("tag\t%s\t%s\n", escaped(Tag[tag]).c_str(), exact(A_Priori_Tag_Prob_Fac[tag]).c_str());
-  for (const char* lemma : Lemma) out.print("lemma\t%s\n", escaped(lemma).c_str());
-  for (int i = First_Entry; i < Fullform_Lexicon_Size; ++i) {
-    const entrydata_t& data = *Fullform_Lexicon[i].data;
-    if (i == Cardinal_Entry)
-      out.put("cardinal numbers");
-    else if (i == Ordinal_Entry)
-      out.put("ordinal numbers");
-    else
-      out.put(joined({"entry\t", escaped(Fullform_Lexicon[i].word)}));
-    out.print("\t%d", data.freq);
-    for (int k = 0; k < data.n; ++k)
-      out.put(joined(
-          {"\t", escaped(Tag[data.tag[k]]), " ", exact(data.prob[k]), " ", escaped(Lemma[data.lemma[k]])}));
-    out.put('\n');
-  }
+void put_entry(TextOutput& out, const Model& model, int index) {
+  const entry_t& entry = model.Fullform_Lexicon(index);
+  if (index == Cardinal_Entry)
+    out.put("cardinal numbers");
+  else if (index == Ordinal_Entry)
+    out.put("ordinal numbers");
+  else
+    out.put(joined({"entry\t", escaped(entry.word)}));
+  out.print("\t%d", entry.data->freq);
+  for (int k = 0; k < entry.data->n; ++k)
+    out.put(joined({"\t", tag_text(model, entry.data->tag[k]), " ", exact(entry.data->prob[k]), " ",
+                    escaped(model.lemma(entry, k))}));
+  out.put('\n');
 }
 
-void show_all(TextOutput& out) {
-  out.print("utf8\t%d\n", UTF8_Processing);
-  put_lexicon(out);
-  for (const affix_tree_view_t& tree : affix_trees()) put_affix_tree(out, tree);
-  for (const auto& [tag, prob] : distribution(*Open_Class_Node))
-    out.print("open class\t%s\t%s\n", escaped(Tag[tag]).c_str(), exact(static_cast<float>(prob)).c_str());
-  out.print("preceding tags\t%d\n", Context_Tree.context_size);
-  put_tree(out, -1, [&](const context_leaf_t& leaf) {
+void put_lexicon(TextOutput& out, const Model& model) {
+  out.print("sentence tag\t%s\n", tag_text(model, model.Sent_Tag()).c_str());
+  for (int tag = 0; tag < model.Number_of_Tags(); ++tag)
+    out.print("tag\t%s\t%s\n", tag_text(model, tag).c_str(), exact(model.A_Priori_Tag_Prob_Fac(tag)).c_str());
+  for (int lemma = 0; lemma < model.Number_of_Lemmas(); ++lemma)
+    out.print("lemma\t%s\n", escaped(model.Lemma(lemma)).c_str());
+  for (int i = First_Entry; i < model.Fullform_Lexicon_Size(); ++i) put_entry(out, model, i);
+}
+
+void show_all(TextOutput& out, const Model& model) {
+  out.print("utf8\t%d\n", model.tables().UTF8_Processing);
+  put_lexicon(out, model);
+  for (const affix_tree_view_t& tree : affix_trees(model)) put_affix_tree(out, model, tree);
+  for (const auto& [tag, prob] : distribution(model.Open_Class_Node()))
+    out.print("open class\t%s\t%s\n", tag_text(model, tag).c_str(), exact(static_cast<float>(prob)).c_str());
+  out.print("preceding tags\t%d\n", model.Context_Size());
+  put_tree(out, model, -1, [&](const context_leaf_t& leaf) {
     out.print("%u", leaf.freq);
     for (int i = 0; i < leaf.n; ++i)
-      out.put(joined({"\t", escaped(Tag[leaf.tag[i]]), " ", exact(leaf.prob[i])}));
+      out.put(joined({"\t", tag_text(model, leaf.tag[i]), " ", exact(leaf.prob[i])}));
   });
 }
 
-int show_command(int argc, char** argv) {
-  const CommandLine line(argc, argv, Options, 1, 1);
+int show_command(const CommandLine& line, Remarks&) {
   const bool any =
       line.has("word") || line.has("context") || line.has("tree") || line.has("dot") || line.has("all");
   constexpr int64_t Most = 1000000000;
   const size_t most = static_cast<size_t>(line.integer("best", 10, 0, Most));
   const size_t most_in_tree = line.has("best") ? most : 3;
   const int32_t depth = static_cast<int32_t>(line.integer("depth", -1, 0, Most));
-  const char* const name = line.operands()[0];
-  read_parameter_file(path_of(name));
+  const Model model = read_parameter_file(path_of(line.operands()[0]));
 
   TextOutput out("-");
-  if (!any) show_summary(out);
-  for (const char* word : line.values("word")) show_word(out, word, most);
-  for (const char* context : line.values("context")) show_context(out, context, most);
+  if (!any) show_summary(out, model);
+  for (const char* word : line.values("word")) show_word(out, model, word, most);
+  for (const char* context : line.values("context")) show_context(out, model, context, most);
   if (line.has("tree"))
-    put_tree(out, depth, [&](const context_leaf_t& leaf) { out.put(leaf_text(leaf, most_in_tree)); });
-  if (line.has("dot")) put_dot(out, depth, most_in_tree);
-  if (line.has("all")) show_all(out);
+    put_tree(out, model, depth,
+             [&](const context_leaf_t& leaf) { out.put(leaf_text(model, leaf, most_in_tree)); });
+  if (line.has("dot")) put_dot(out, model, depth, most_in_tree);
+  if (line.has("all")) show_all(out, model);
   out.close();
   return 0;
 }
 
 }  // namespace
 
-const command_t Show_Command = {"show", "what is in a parameter file", Help, show_command};
+const command_t Show_Command = {"show", "what is in a parameter file", Help, Options, 1, 1, show_command};
 
 }  // namespace orvelle

@@ -1,20 +1,20 @@
 // orvelle tag: a text with one word a line, and the tag and the lemma of each word.
 //
 // Lines wait until their sentence ends, those that are no words too, and leave in their order; a sentence
-// without an end leaves in pieces (tagger/tagger.h). Output is flushed before input is waited for.
+// without an end leaves in pieces (orvelle/tagger.h). Output is flushed before input is waited for.
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "commands/command.h"
+#include "commands/conllu.h"
+#include "commands/escape.h"
+#include "commands/sentence_jobs.h"
 #include "commands/tagger_options.h"
 #include "commands/text_io.h"
-#include "lexicon/lemmas.h"
-#include "lexicon/tagset.h"
-#include "tagger/tagger.h"
 
 namespace orvelle {
 
@@ -36,18 +36,11 @@ constexpr const char* Help =
     "  --markup            lines that begin with < and end with > are no words and pass\n"
     "                      through; tags inside a word do not count when it is looked up\n"
     "  --conllu            the text is CoNLL-U: fill in its columns for lemma and tag\n"
-    "  --column WHICH      the column for the tag: xpos (default) or upos\n" ORVELLE_TAGGER_HELP;
+    "  --column WHICH      the column for the tag: xpos (default) or upos\n";
 
 constexpr option_t Options[] = {{"output", "FILE"},     {"no-lemma", nullptr}, {"unknown-lemma", "LEMMA"},
                                 {"probabilities", "P"}, {"markup", nullptr},   {"conllu", nullptr},
-                                {"column", "WHICH"},    ORVELLE_TAGGER_OPTIONS};
-
-constexpr size_t Conllu_Columns = 10;
-constexpr size_t Form_Column = 1;
-constexpr size_t Lemma_Column = 2;
-constexpr size_t Upos_Column = 3;
-constexpr size_t Xpos_Column = 4;
-using columns_t = std::array<std::string_view, Conllu_Columns>;
+                                {"column", "WHICH"}};
 
 struct settings_t {
   bool lemmas = true;
@@ -55,7 +48,8 @@ struct settings_t {
   double least_probability = -1.0;      // below 0: the chosen tag alone
   bool markup = false;
   bool conllu = false;
-  size_t tag_column = Xpos_Column;
+  conllu_line_t::column_t tag_column = conllu_line_t::Xpos;
+  tagger_options_t tagger;
 };
 
 settings_t settings_of(const CommandLine& line) {
@@ -65,45 +59,67 @@ settings_t settings_of(const CommandLine& line) {
   settings.least_probability = line.number("probabilities", -1.0, 0.0, 1.0);
   settings.markup = line.has("markup");
   settings.conllu = line.has("conllu");
-  settings.tag_column = line.choice("column", 0, {"xpos", "upos"}) == 0 ? Xpos_Column : Upos_Column;
+  settings.tag_column =
+      line.choice("column", 0, {"xpos", "upos"}) == 0 ? conllu_line_t::Xpos : conllu_line_t::Upos;
   if (settings.conllu && settings.least_probability >= 0.0)
     misuse("--conllu has no column for --probabilities");
   if (line.has("column") && !settings.conllu) misuse("--column goes with --conllu");
+  settings.tagger = tagger_options(line);
+  settings.tagger.strips_markup = settings.markup;
   return settings;
 }
 
-// Splits a line at its TABs; false if it has not as many columns as it should.
-bool split_columns(std::string_view line, columns_t& columns) {
-  for (size_t i = 0; i < Conllu_Columns; ++i) {
-    const size_t tab = line.find('\t');
-    if ((tab == std::string_view::npos) != (i + 1 == Conllu_Columns)) return false;
-    columns[i] = line.substr(0, tab);
-    line.remove_prefix(tab == std::string_view::npos ? line.size() : tab + 1);
-  }
-  return true;
-}
-
-bool is_number(std::string_view text) {
-  return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-}
-
+// A worker of SentenceJobs.
 class TextTagger {
  public:
-  TextTagger(const CommandLine& line, TextInput& in, TextOutput& out)
-      : settings_(settings_of(line)),
-        in_(in),
-        out_(out),
-        tagger_(choice_option(line), beam_option(line), settings_.markup) {}
+  // All but the settings must outlive the object. `name` is that of the text in messages.
+  TextTagger(const Model& model, const settings_t& settings, const char* name)
+      : model_(model), settings_(settings), name_(name), tagger_(model, settings.tagger) {}
 
-  void run() {
-    ProgressLine progress("tagging");
-    while (in_.next()) {
-      take_line();
-      if (in_.number() % 4096 == 0) progress.update(in_.bytes_read(), in_.size());
-      if (in_.would_wait()) out_.flush();
+  void take_line(std::string_view line_with_end, int64_t number) {
+    std::string_view text = line_with_end;
+    if (text.ends_with('\n')) text.remove_suffix(1);
+    const bool has_return = text.ends_with('\r');
+    if (has_return) text.remove_suffix(1);
+    if (text.empty()) {
+      end_text();
+      out_ += line_with_end;
+      return;
     }
-    finish_sentence();
+    line_t line{text_.size(), text.size(), text_.size(), 0, true, has_return};
+    if (!find_word(text, line)) {
+      end_text();
+      if (line_with_end.ends_with('\n')) line_with_end.remove_suffix(1);
+      stop_at(name_, number, "not a CoNLL-U line of ten columns: " + printable(line_with_end));
+    }
+    if (!line.is_word && words_ == 0) {  // nothing waits
+      out_ += line_with_end;
+      return;
+    }
+    text_ += text;
+    words_ += line.is_word;
+    lines_.push_back(line);
+    if (words_ >= Tagger::Longest_Piece || text_.size() > Longest_Text) {
+      tag_words();
+      write_words(words_ > Tagger::Waiting_Words ? words_ - Tagger::Waiting_Words : words_);
+    }
   }
+
+  // Ends the sentence.
+  void end_text() {
+    if (words_ > 0) {
+      tag_words();
+      write_words(words_);
+    }
+    tagger_.end_sentence();
+  }
+
+  bool passes_through(std::string_view text) const {
+    line_t line{};
+    return find_word(text, line) && !line.is_word;
+  }
+
+  std::string take_result() { return std::exchange(out_, {}); }
 
  private:
   // A line that waits; offsets in text_. Lines that are no words have an empty word that is_word tells apart.
@@ -117,50 +133,22 @@ class TextTagger {
   };
   static constexpr size_t Longest_Text = 1 << 24;  // bytes that may wait
 
-  void take_line() {
-    std::string_view text = in_.line();
-    const bool has_return = text.ends_with('\r');
-    if (has_return) text.remove_suffix(1);
-    if (text.empty()) {
-      finish_sentence();
-      out_.put(in_.line_with_end());
-      return;
-    }
-    line_t line{text_.size(), text.size(), text_.size(), 0, true, has_return};
-    find_word(text, line);
-    if (!line.is_word && words_ == 0) {  // nothing waits
-      out_.put(in_.line_with_end());
-      return;
-    }
-    text_ += text;
-    words_ += line.is_word;
-    lines_.push_back(line);
-    if (words_ >= Tagger::Longest_Piece || text_.size() > Longest_Text) {
-      tag_words();
-      write_words(words_ > Tagger::Waiting_Words ? words_ - Tagger::Waiting_Words : words_);
-    }
-  }
-
-  void find_word(std::string_view text, line_t& line) {
-    if (settings_.markup && text.starts_with('<') && text.ends_with('>')) {
-      line.is_word = false;
-    } else if (!settings_.conllu) {
+  // False if there is no telling where the word stands.
+  bool find_word(std::string_view text, line_t& line) const {
+    line.is_word = !(settings_.markup && text.starts_with('<') && text.ends_with('>'));
+    if (!line.is_word) return true;
+    if (!settings_.conllu) {
       line.word_size = std::min(text.find('\t'), text.size());
-    } else if (text.starts_with('#')) {
-      line.is_word = false;
-    } else {
-      columns_t columns;
-      if (!split_columns(text, columns)) refuse_line();
-      line.is_word = is_number(columns[0]);  // else a range of words or an empty node
-      line.word_start += static_cast<size_t>(columns[Form_Column].data() - text.data());
-      line.word_size = columns[Form_Column].size();
+      return true;
     }
-  }
-
-  [[noreturn]] void refuse_line() {
-    finish_sentence();
-    out_.flush();
-    stop_at(in_.name(), in_.number(), "not a CoNLL-U line of ten columns: %s", printable(in_.line()).c_str());
+    const conllu_line_t conllu = parse_conllu(text);
+    line.is_word = conllu.kind == conllu_line_t::Token;
+    if (line.is_word) {
+      const std::string_view form = conllu.columns[conllu_line_t::Form];
+      line.word_start += static_cast<size_t>(form.data() - text.data());
+      line.word_size = form.size();
+    }
+    return conllu.kind != conllu_line_t::Not_Ten_Columns;
   }
 
   void tag_words() {
@@ -168,14 +156,6 @@ class TextTagger {
     for (const line_t& line : lines_)
       if (line.is_word) forms_.push_back(std::string_view(text_).substr(line.word_start, line.word_size));
     tagger_.tag(forms_, settings_.least_probability >= 0.0);
-  }
-
-  void finish_sentence() {
-    if (words_ > 0) {
-      tag_words();
-      write_words(words_);
-    }
-    tagger_.end_sentence();
   }
 
   // Writes the lines up to that many words, and at the end of the words all that is left; they wait no
@@ -188,9 +168,8 @@ class TextTagger {
       if (line.is_word)
         write_word(line, word++);
       else
-        out_.put(std::string_view(text_).substr(line.start, line.size));
-      if (line.has_return) out_.put('\r');
-      out_.put('\n');
+        out_.append(text_, line.start, line.size);
+      out_ += line.has_return ? "\r\n" : "\n";
     }
     tagger_.settle(words);
     words_ -= words;
@@ -210,28 +189,22 @@ class TextTagger {
       write_columns(text, chosen, forms_[word]);
       return;
     }
-    out_.put(text);
+    out_ += text;
     if (settings_.least_probability >= 0.0) {
       write_probabilities(word);
       return;
     }
-    out_.put('\t');
-    out_.put(Tag[chosen.tag]);
-    if (!settings_.lemmas) return;
-    out_.put('\t');
-    out_.put(lemma_of(chosen, forms_[word]));
+    (out_ += '\t') += model_.Tag(chosen.tag);
+    if (settings_.lemmas) (out_ += '\t') += lemma_of(chosen, forms_[word]);
   }
 
   void write_columns(std::string_view text, const candidate_t& chosen, std::string_view form) {
-    columns_t columns;
-    split_columns(text, columns);
+    conllu_line_t line = parse_conllu(text);
     const std::string_view lemma = lemma_of(chosen, form);
-    if (settings_.lemmas) columns[Lemma_Column] = lemma.empty() ? "_" : lemma;
-    columns[settings_.tag_column] = Tag[chosen.tag];
-    for (size_t i = 0; i < Conllu_Columns; ++i) {
-      if (i > 0) out_.put('\t');
-      out_.put(columns[i]);
-    }
+    if (settings_.lemmas) line.columns[conllu_line_t::Lemma] = lemma.empty() ? "_" : lemma;
+    line.columns[settings_.tag_column] = model_.Tag(chosen.tag);
+    for (const std::string_view column : line.columns) (out_ += column) += '\t';
+    out_.pop_back();
   }
 
   void write_probabilities(size_t word) {
@@ -244,47 +217,49 @@ class TextTagger {
     for (size_t i = 0; i < order_.size(); ++i) {
       const candidate_t& candidate = candidates[order_[i]];
       if (i > 0 && probabilities[order_[i]] < settings_.least_probability) break;
-      out_.put('\t');
-      out_.put(Tag[candidate.tag]);
-      if (settings_.lemmas) {
-        out_.put(' ');
-        out_.put(lemma_of(candidate, forms_[word]));
-      }
-      out_.print(" %.4f", probabilities[order_[i]]);
+      (out_ += '\t') += model_.Tag(candidate.tag);
+      if (settings_.lemmas) (out_ += ' ') += lemma_of(candidate, forms_[word]);
+      char text[16];
+      std::snprintf(text, sizeof text, " %.4f", probabilities[order_[i]]);
+      out_ += text;
     }
   }
 
   std::string_view lemma_of(const candidate_t& candidate, std::string_view form) const {
-    if (candidate.lemma != Candidates::No_Lemma) return Lemma[candidate.lemma];
+    if (candidate.lemma != No_Lemma) return model_.Lemma(candidate.lemma);
     return settings_.unknown_lemma != nullptr ? settings_.unknown_lemma : form;
   }
 
+  const Model& model_;
   settings_t settings_;
-  TextInput& in_;
-  TextOutput& out_;
+  const char* name_;
   Tagger tagger_;
   std::string text_;  // the lines that wait, without their ends
   std::vector<line_t> lines_;
   size_t words_ = 0;  // of them
   std::vector<std::string_view> forms_;
   std::vector<size_t> order_;
+  std::string out_;
 };
 
-int tag_command(int argc, char** argv) {
-  const CommandLine line(argc, argv, Options, 1, 2);
-  settings_of(line);  // misuse is told before the work begins
-  choice_option(line);
-  beam_option(line);
-  load_model(line);
-  TextInput in(line.operands().size() > 1 ? line.operands()[1] : "-");
+int tag_command(const CommandLine& line, Remarks& remarks) {
+  const settings_t settings = settings_of(line);
+  const size_t jobs = jobs_option(line, 1);
+  const Model model = load_model(line);
+  TextInput in(text_name(line));
   TextOutput out(line.value("output", "-"));
-  TextTagger(line, in, out).run();
+  const auto take = [&out](std::string_view text, bool may_wait) {
+    out.put(text);
+    if (may_wait) out.flush();
+  };
+  ProgressLine progress(remarks, "tagging");
+  SentenceJobs(in, TextTagger(model, settings, in.name()), jobs, take).run(progress);
   out.close();
   return 0;
 }
 
 }  // namespace
 
-const command_t Tag_Command = {"tag", "tag a text", Help, tag_command};
+const command_t Tag_Command = {"tag", "tag a text", Help, Options, 1, 2, tag_command, true};
 
 }  // namespace orvelle

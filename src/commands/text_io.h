@@ -1,9 +1,4 @@
-// What the subcommands read and write: text files and standard streams, line by line and checked, and
-// remarks.
-//
-// Results go to standard output or to files, through TextOutput; everything else that is said goes to
-// standard error, one line each, and begins with the command and, where there is one, the place: "orvelle
-// check: corpus:12: ...".
+// What the subcommands read and write: text files and standard streams, line by line and checked.
 #pragma once
 
 #include <cstdint>
@@ -16,20 +11,11 @@ namespace orvelle {
 // The name of an input or output in messages: "standard input" for "-".
 const char* shown_name(const char* name, const char* standard_stream);
 
-// The text on one screen line: control bytes as \t, \r, \n or \xNN, and nothing behind the first 60 bytes or
-// so.
-std::string printable(std::string_view text);
-
-// A line on standard error.
-[[gnu::format(printf, 1, 2)]] void remark(const char* format, ...);
-[[gnu::format(printf, 3, 4)]] void remark_at(const char* file, int64_t line, const char* format, ...);
-
-// A remark, and the end of the process with status 1.
-[[noreturn, gnu::format(printf, 1, 2)]] void stop(const char* format, ...);
-[[noreturn, gnu::format(printf, 3, 4)]] void stop_at(const char* file, int64_t line, const char* format, ...);
+// Bytes of an open file; 0 if it is no regular file.
+int64_t regular_size(int descriptor);
 
 // The lines of a file of any length, NULs and all. A line is there as soon as its end has arrived, so a pipe
-// can be answered line by line. A file that cannot be opened or read ends the process through stop.
+// can be answered line by line. A file that cannot be opened or read is a Failure.
 class TextInput {
  public:
   explicit TextInput(const char* name);  // "-" for standard input; the name stays the caller's
@@ -70,11 +56,12 @@ class TextInput {
   std::string_view line_;
 };
 
-// A file, or standard output, written in large pieces. Every failing write ends the process through stop.
+// A file, or standard output, written in large pieces. Every failing write is a Failure. What was neither flushed nor
+// closed is lost, so that a command that fails leaves no end that looks whole.
 class TextOutput {
  public:
   explicit TextOutput(const char* name);  // "-" for standard output; the name stays the caller's
-  ~TextOutput();                          // writes what is left, without a check; call close
+  ~TextOutput();
   TextOutput(const TextOutput&) = delete;
   TextOutput& operator=(const TextOutput&) = delete;
 
@@ -93,23 +80,6 @@ class TextOutput {
   int descriptor_;
   const char* name_;
   std::string buffer_;
-};
-
-// A line on standard error that tells how far long work has come, if standard error is a terminal; a remark
-// takes its place and the end removes it.
-class ProgressLine {
- public:
-  explicit ProgressLine(const char* what) : what_(what) {}
-  ~ProgressLine() { clear(); }
-
-  // Shows done/total as a percentage, at most some times a second; `total` 0 shows the bare count. Cheap
-  // enough for every thousandth line.
-  void update(int64_t done, int64_t total);
-  static void clear();
-
- private:
-  const char* what_;
-  int64_t last_shown_ = 0;  // milliseconds
 };
 
 }  // namespace orvelle

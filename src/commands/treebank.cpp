@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
+#include "commands/conllu.h"
+#include "commands/escape.h"
 #include "commands/text_io.h"
+#include "support/errors.h"
+#include "training/lexicon_line.h"
 
 namespace orvelle {
 
@@ -14,7 +16,6 @@ namespace {
 
 constexpr int64_t Shown_of_a_Kind = 5;
 constexpr size_t Max_Tag_Length = 999;  // bytes; the open-class file cannot hold a longer one
-constexpr size_t Conllu_Columns = 10;
 constexpr std::string_view Blanks = " \t\r\n\v\f";
 
 constexpr const char* Mends[] = {
@@ -31,28 +32,6 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(Blanks) + 1 - first);
 }
 
-// The fields between single TABs; those beyond the size of `fields` are counted only.
-template <size_t N>
-size_t split(std::string_view line, std::array<std::string_view, N>& fields) {
-  size_t count = 0;
-  for (size_t start = 0; start <= line.size(); ++count) {
-    const size_t end = std::min(line.find('\t', start), line.size());
-    if (count < N) fields[count] = line.substr(start, end - start);
-    start = end + 1;
-  }
-  return count;
-}
-
-bool is_number(std::string_view text) {
-  return !text.empty() && text.find_first_not_of("0123456789") == text.npos;
-}
-
-// Two numbers and `separator` between them: 3-4, 8.1.
-bool is_pair(std::string_view id, char separator) {
-  const size_t place = id.find(separator);
-  return place != id.npos && is_number(id.substr(0, place)) && is_number(id.substr(place + 1));
-}
-
 bool is_open_class(std::string_view universal_tag) {
   constexpr std::string_view Open[] = {"ADJ", "ADV", "INTJ", "NOUN", "PROPN", "VERB"};
   return std::find(std::begin(Open), std::end(Open), universal_tag) != std::end(Open);
@@ -60,38 +39,32 @@ bool is_open_class(std::string_view universal_tag) {
 
 }  // namespace
 
-Treebank::Treebank(const treebank_options_t& options)
-    : options_(options), sentence_tag_(strings.number(options.sentence_tag)) {
+Treebank::Treebank(const treebank_options_t& options, Remarks& remarks)
+    : options_(options), remarks_(remarks), sentence_tag_(strings.number(options.sentence_tag)) {
   for (const std::string& form : options.sentence_ends) end_forms_.push_back(strings.number(form));
 }
 
 void Treebank::mend(mended_t kind) {
-  if (++mends_[kind] <= Shown_of_a_Kind) remark_at(file_, line_, "%s", Mends[kind]);
+  if (++mends_[kind] <= Shown_of_a_Kind) remarks_.say_at(file_, line_, Mends[kind]);
 }
 
-void Treebank::refuse(const char* format, ...) {
-  if (++refused > 4 * Shown_of_a_Kind) return;
-  char text[1000];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  remark_at(file_, line_, "refused: %s", text);
+void Treebank::refuse(const std::string& text) {
+  if (++refused <= 4 * Shown_of_a_Kind) remarks_.say_at(file_, line_, "refused: " + text);
 }
 
 void Treebank::close_remarks() {
   for (int kind = 0; kind < Number_of_Mends; ++kind)
     if (const int64_t more = mends_[kind] - Shown_of_a_Kind; more > 0)
-      remark("in %lld more places: %s", static_cast<long long>(more), Mends[kind]);
+      remarks_.say("in " + std::to_string(more) + " more places: " + Mends[kind]);
   if (const int64_t more = refused - 4 * Shown_of_a_Kind; more > 0)
-    remark("%lld more lines refused", static_cast<long long>(more));
+    remarks_.say(std::to_string(more) + " more lines refused");
 }
 
 // ---- files
 
 void Treebank::read(const char* name) {
   TextInput input(name);
-  ProgressLine progress("reading");
+  ProgressLine progress(remarks_, "reading");
   file_ = input.name();
   format_ = options_.format;
   const size_t first_sentence = sentence_ends.size();
@@ -107,7 +80,8 @@ void Treebank::read(const char* name) {
     split_sentences(first_token);
 }
 
-void Treebank::read_line(std::string_view line) {
+// Mends the ends of a line.
+std::string_view Treebank::bare(std::string_view line) {
   if (line_ == 1 && line.starts_with("\xEF\xBB\xBF")) {
     mend(Byte_Order_Mark);
     line.remove_prefix(3);
@@ -116,34 +90,45 @@ void Treebank::read_line(std::string_view line) {
     mend(Line_End);
     line.remove_suffix(1);
   }
+  return line;
+}
+
+void Treebank::read_line(std::string_view line) {
+  using enum treebank_options_t::format_t;
+  line = bare(line);
   if (line.find('\0') != line.npos) return refuse("a NUL byte");
   if (line.find_first_not_of(Blanks) == line.npos) return end_sentence();
-  if (format_ == treebank_options_t::Guess && line[0] == '#' && line.find('\t') == line.npos)
-    return;  // a comment
-  if (format_ == treebank_options_t::Guess)
-    format_ = std::count(line.begin(), line.end(), '\t') == Conllu_Columns - 1 ? treebank_options_t::Conllu
-                                                                               : treebank_options_t::Columns;
-  if (format_ == treebank_options_t::Conllu)
-    read_conllu(line);
+  if (format_ == Guess && line[0] == '#' && line.find('\t') == line.npos) return;  // a comment
+  if (format_ == Guess)
+    format_ = std::ranges::count(line, '\t') == conllu_line_t::Number_of_Columns - 1 ? Conllu : Columns;
+  if (format_ == Conllu)
+    read_conllu(parse_conllu(line));
   else
     read_columns(line);
 }
 
-void Treebank::read_conllu(std::string_view line) {
-  if (line[0] == '#') return;
-  std::array<std::string_view, Conllu_Columns> fields;
-  const size_t count = split(line, fields);
-  if (count != Conllu_Columns) return refuse("%zu columns, not 10", count);
-  const auto& [id, form, lemma, upos, xpos, feats, head, relation, deps, misc] = fields;
-  if (is_pair(id, '-')) return void(++ranges);
-  if (is_pair(id, '.')) return void(++empty_nodes);
-  if (!is_number(id)) return refuse("the first column is no number: '%s'", printable(id).c_str());
+void Treebank::read_conllu(const conllu_line_t& line) {
+  const auto& [id, form, lemma, upos, xpos, feats, head, relation, deps, misc] = line.columns;
+  switch (line.kind) {
+    case conllu_line_t::Comment:
+      return;
+    case conllu_line_t::Not_Ten_Columns:
+      return refuse(std::to_string(line.count) + " columns, not 10");
+    case conllu_line_t::No_Id:
+      return refuse("the first column is no number: '" + printable(id) + "'");
+    case conllu_line_t::Range:
+      return void(++ranges);
+    case conllu_line_t::Empty_Node:
+      return void(++empty_nodes);
+    case conllu_line_t::Token:
+      break;
+  }
   has_universal_tags = true;
   const bool by_xpos = options_.tag == treebank_options_t::Xpos;
   std::string tag(by_xpos ? xpos : upos);
   if (tag.empty() || tag == "_")
-    return refuse("no %s tag for '%s'%s", by_xpos ? "XPOS" : "UPOS", printable(form).c_str(),
-                  by_xpos ? " (--tag upos takes the universal tags)" : "");
+    return refuse(formatted("no %s tag for '%s'%s", by_xpos ? "XPOS" : "UPOS", printable(form).c_str(),
+                            by_xpos ? " (--tag upos takes the universal tags)" : ""));
   if (options_.tag == treebank_options_t::Upos_Feats && !feats.empty() && feats != "_")
     tag.append("|").append(feats);
   const bool has_lemma = lemma != "_" || form == "_";
@@ -152,13 +137,13 @@ void Treebank::read_conllu(std::string_view line) {
 
 void Treebank::read_columns(std::string_view line) {
   std::array<std::string_view, 3> fields;
-  const size_t count = split(line, fields);
+  const size_t count = split_at_tabs(line, fields);
   if (count == 1 && line[0] == '<' && trimmed(line).ends_with('>')) {
     if (line.starts_with("<s>") || line.starts_with("<s ") || line.starts_with("</s>")) end_sentence();
     return mend(Markup);
   }
   if (count < 2) return refuse("no TAB between form and tag");
-  if (trimmed(fields[1]).empty()) return refuse("no tag for '%s'", printable(fields[0]).c_str());
+  if (trimmed(fields[1]).empty()) return refuse("no tag for '" + printable(fields[0]) + "'");
   add_token(fields[0], fields[1], fields[2], false);
 }
 
@@ -170,7 +155,7 @@ int Treebank::clean(std::string_view text, const char* what) {
   std::replace(cleaned.begin(), cleaned.end(), '\r', ' ');
   if (cleaned != text && (what != nullptr || !cleaned.empty())) mend(White_Space);
   if (cleaned.empty()) {
-    if (what != nullptr) refuse("an empty %s", what);
+    if (what != nullptr) refuse(std::string("an empty ") + what);
     return -1;
   }
   return strings.number(cleaned);
@@ -188,12 +173,12 @@ int Treebank::clean_tag(std::string_view tag) {
 bool Treebank::fits(int form, int tag) {
   const size_t tag_length = std::strlen(strings.text(tag));
   if (tag_length > Max_Tag_Length) {
-    refuse("a tag of more than %zu bytes", Max_Tag_Length);
+    refuse(formatted("a tag of more than %zu bytes", Max_Tag_Length));
     return false;
   }
   constexpr size_t Separators = 2;  // TAB and LF
   if (std::strlen(strings.text(form)) + tag_length + Separators > Max_Line_Length) {
-    refuse("a word form too long for a line of %d bytes", Max_Line_Length);
+    refuse(formatted("a word form too long for a line of %d bytes", Max_Line_Length));
     return false;
   }
   return true;
@@ -238,35 +223,26 @@ void Treebank::read_lexicon(const char* name) {
   format_ = treebank_options_t::Columns;
   while (input.next()) {
     line_ = input.number();
-    std::string line(input.line());
-    if (line_ == 1 && line.starts_with("\xEF\xBB\xBF")) {
-      mend(Byte_Order_Mark);
-      line.erase(0, 3);
-    }
-    if (line.ends_with('\r')) {
-      mend(Line_End);
-      line.pop_back();
-    }
+    const std::string_view line = bare(input.line());
     if (line.find('\0') != line.npos)
       refuse("a NUL byte");
     else if (line.size() >= Max_Line_Length)
-      refuse("more than %d bytes", Max_Line_Length);
+      refuse(formatted("more than %d bytes", Max_Line_Length));
     else
-      read_entry(std::move(line));
+      read_entry(std::string(line));
   }
 }
 
 void Treebank::read_entry(std::string line) {
-  char* cursor = line.data();
-  const char* form_text = next_string2(&cursor);
-  const char* tag_text = next_string(&cursor);
-  if (*tag_text == '\0') return refuse("no tag for the word form '%s'", printable(form_text).c_str());
-  const int form = clean(form_text, "word form");
-  for (; *tag_text != '\0'; tag_text = next_string(&cursor)) {
-    const char* lemma_text = next_string2(&cursor);
+  lexicon_line_t entry;
+  entry.split(line.data());
+  if (entry.pairs.empty()) return refuse("no tag for the word form '" + printable(entry.word) + "'");
+  const int form = clean(entry.word, "word form");
+  if (form < 0) return;
+  for (const auto& [tag_text, lemma_text] : entry.pairs) {
     const int tag = clean_tag(tag_text);
     const int lemma = clean(lemma_text, nullptr);
-    if (lemma < 0) return refuse("tag %s has no lemma", printable(tag_text).c_str());
+    if (lemma < 0) return refuse("tag " + printable(tag_text) + " has no lemma");
     if (!fits(form, tag)) return;
     entries.push_back({form, tag, lemma, false});
   }

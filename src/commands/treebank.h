@@ -1,10 +1,5 @@
-// Tagged text for `orvelle prepare`: CoNLL-U files, or columns "form TAB tag [TAB lemma]", read into
+// Tagged text for `orvelle prepare`: CoNLL-U files (conllu.h), or columns "form TAB tag [TAB lemma]", read into
 // sentences of tokens that a lexicon and a corpus can hold.
-//
-//   1-2  du   _   _    ...        a range: passed over, its words follow
-//   1    de   de  ADP  ...        a token
-//   2    le   le  DET  ...        a token
-//   2.1  _    _   _    ...        an empty node: passed over
 //
 // What the trainer could not read is mended if that loses nothing but white space (and remarked, with file
 // and line), else refused.
@@ -15,30 +10,11 @@
 #include <string_view>
 #include <vector>
 
-#include "support/string_index.h"
-#include "support/strings.h"
+#include "commands/conllu.h"
+#include "commands/remarks.h"
+#include "commands/string_table.h"
 
 namespace orvelle {
-
-// Distinct strings and their numbers.
-class StringTable {
- public:
-  int number(std::string_view text) {
-    const uint32_t hash = hash_bytes(text);
-    const int known = index_.find(text, hash, [this](int i) { return texts_[i]; });
-    if (known >= 0) return known;
-    texts_.push_back(arena_.add(text));
-    index_.insert(hash, size() - 1);
-    return size() - 1;
-  }
-  const char* text(int number) const { return texts_[number]; }
-  int size() const { return static_cast<int>(texts_.size()); }
-
- private:
-  StringArena arena_;
-  std::vector<const char*> texts_;
-  StringIndex index_;
-};
 
 struct treebank_options_t {
   enum format_t { Guess, Conllu, Columns } format = Guess;
@@ -57,8 +33,8 @@ struct token_t {
 
 class Treebank {
  public:
-  // The options must outlive the object.
-  explicit Treebank(const treebank_options_t& options);
+  // The options and what is remarked to must outlive the object.
+  Treebank(const treebank_options_t& options, Remarks& remarks);
 
   // Adds the sentences of a file, "-" for standard input. What had to be mended or refused is remarked, at
   // most the first five cases of a kind; close_remarks counts the others.
@@ -68,7 +44,7 @@ class Treebank {
   void close_remarks();
 
   // Remarks something that cannot be written. Lines are those of the file that is being read.
-  [[gnu::format(printf, 2, 3)]] void refuse(const char* format, ...);
+  void refuse(const std::string& text);
 
   StringTable strings;
   std::vector<token_t> tokens;
@@ -82,8 +58,9 @@ class Treebank {
   enum mended_t { Line_End, Byte_Order_Mark, White_Space, Tag_Blank, No_Lemma, Markup, Number_of_Mends };
 
   void mend(mended_t kind);
+  std::string_view bare(std::string_view line);
   void read_line(std::string_view line);
-  void read_conllu(std::string_view line);
+  void read_conllu(const conllu_line_t& line);
   void read_columns(std::string_view line);
   void read_entry(std::string line);
   void add_token(std::string_view form, std::string_view tag, std::string_view lemma, bool open);
@@ -95,6 +72,7 @@ class Treebank {
   bool fits(int form, int tag);
 
   const treebank_options_t& options_;
+  Remarks& remarks_;
   treebank_options_t::format_t format_ = treebank_options_t::Guess;  // of the file that is being read
   std::vector<int> end_forms_;
   int sentence_tag_;

@@ -1,23 +1,18 @@
 #include "commands/trials.h"
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <csignal>
-#include <cstring>
+#include <array>
 #include <numeric>
+#include <sstream>
 #include <unordered_map>
-#include <unordered_set>
 
+#include "commands/escape.h"
+#include "commands/ordered_jobs.h"
 #include "commands/text_io.h"
-#include "context/tree_func.h"
-#include "driver/parameter_file.h"
-#include "driver/settings.h"
-#include "lexicon/make_lexicon.h"
-#include "tagger/tagger.h"
+#include "support/errors.h"
+#include "support/line_reader.h"
+#include "training/corpus_pass.h"
+#include "training/lexicon_line.h"
+#include "training/train.h"
 
 namespace orvelle {
 
@@ -30,37 +25,13 @@ std::string read_whole(const char* name) {
   return text;
 }
 
-// Calls `action` for each line, without its end.
+// Calls `action(line, number)` for each line as the training reads it, NUL-terminated and free to be split in place.
 template <class Action>
-void for_each_line(std::string_view text, Action action) {
-  while (!text.empty()) {
-    const size_t end = std::min(text.find('\n'), text.size());
-    std::string_view line = text.substr(0, end);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    action(line);
-    text.remove_prefix(std::min(end + 1, text.size()));
-  }
+void for_each_line(const char* name, Action action) {
+  const std::string text = read_whole(name);
+  LineReader reader(text);
+  for (int64_t number = 1; reader.next().data() != nullptr; ++number) action(reader.terminated(), number);
 }
-
-// A field up to a separator, taken off the front of `rest`.
-std::string_view take_field(std::string_view& rest, char separator) {
-  const size_t end = std::min(rest.find(separator), rest.size());
-  const std::string_view field = rest.substr(0, end);
-  rest.remove_prefix(std::min(end + 1, rest.size()));
-  return field;
-}
-
-// A file that is gone when the last process that holds it is.
-FILE* make_file(std::string_view content) {
-  FILE* const file = std::tmpfile();
-  if (file == nullptr) stop("can't make a temporary file: %s", std::strerror(errno));
-  if (std::fwrite(content.data(), 1, content.size(), file) != content.size() || std::fflush(file) != 0)
-    stop("can't write a temporary file: %s", std::strerror(errno));
-  return file;
-}
-
-// A name to open it by once more, from its beginning.
-std::string name_of(FILE* file) { return "/proc/self/fd/" + std::to_string(fileno(file)); }
 
 // The same numbers on every platform, which the standard's distributions do not promise (splitmix64).
 class Random {
@@ -77,236 +48,172 @@ class Random {
   uint64_t state_;
 };
 
-// The number of the fold of each sentence; the folds are equally large but for one sentence.
-std::vector<size_t> deal_out(size_t sentences, size_t folds, uint64_t seed) {
-  std::vector<size_t> order(sentences);
-  std::iota(order.begin(), order.end(), size_t{0});
-  Random random(seed);
-  for (size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
-  std::vector<size_t> fold_of(sentences);
-  for (size_t i = 0; i < sentences; ++i) fold_of[order[i]] = i % folds;
-  return fold_of;
-}
+// Where things are met: the fold, if it is one alone.
+class Places {
+ public:
+  void meet(uint64_t thing, size_t fold) {
+    const auto [place, is_new] = folds_.try_emplace(thing, fold);
+    if (place->second != fold) place->second = Several;
+  }
+  bool only_in(uint64_t thing, size_t fold) const {
+    const auto place = folds_.find(thing);
+    return place != folds_.end() && place->second == fold;
+  }
+  bool outside(uint64_t thing, size_t fold) const { return folds_.contains(thing) && !only_in(thing, fold); }
 
-// What a child process tells its parent.
-struct report_t {
-  score_t all;
-  score_t known;
-  score_t unknown;
+ private:
+  static constexpr size_t Several = SIZE_MAX;
+  std::unordered_map<uint64_t, size_t> folds_;
 };
 
-using string_set_t = std::unordered_set<std::string_view>;
-
-std::string pair_key(std::string_view form, std::string_view tag) {
-  std::string key(form);
-  key += '\t';
-  key += tag;
-  return key;
+template <class Word>  // a token or a reading
+uint64_t pair_of(const Word& word) {
+  return static_cast<uint64_t>(word.form) << 32 | static_cast<uint32_t>(word.tag);
 }
 
-// Calls `action(form, tag, reading, is_first)` for each reading, "tag lemma", of each word form of a lexicon.
-template <class Action>
-void for_each_reading(std::string_view lexicon, Action action) {
-  for_each_line(lexicon, [&](std::string_view line) {
-    const std::string_view form = take_field(line, '\t');
-    bool is_first = true;
-    while (!line.empty()) {
-      const std::string_view reading = take_field(line, '\t');
-      action(form, reading.substr(0, reading.find(' ')), reading, is_first);
-      is_first = false;
-    }
-  });
-}
-
-// The lexicon of a fold's training: its text without the readings that only the held-out sentences know. `tags` are those
-// that it lists then. The last reading of a tag that the training needs stays.
-template <class IsDropped>
-std::string fold_lexicon(std::string_view lexicon, const string_set_t& needed, IsDropped is_dropped,
-                         string_set_t& tags) {
-  for_each_reading(lexicon, [&](std::string_view form, std::string_view tag, std::string_view, bool) {
-    if (!is_dropped(form, tag)) tags.insert(tag);
-  });
-  std::string result;
-  bool has_form = false;  // the line of this word form is begun
-  for_each_reading(lexicon,
-                   [&](std::string_view form, std::string_view tag, std::string_view reading, bool is_first) {
-                     if (is_first) has_form = false;
-                     if (is_dropped(form, tag) && (tags.contains(tag) || !needed.contains(tag))) return;
-                     tags.insert(tag);
-                     if (!has_form) {
-                       if (!result.empty()) result += '\n';
-                       result += form;
-                       has_form = true;
-                     }
-                     (result += '\t') += reading;
-                   });
-  return result += '\n';
-}
-
-// The open-class tags that the fold's lexicon has.
-std::string fold_open_classes(std::string_view text, const string_set_t& tags) {
-  constexpr std::string_view Blanks = " \t\n\r\v\f";
-  std::string result;
-  for (size_t start; (start = text.find_first_not_of(Blanks)) != std::string_view::npos;) {
-    text.remove_prefix(start);
-    const std::string_view tag = text.substr(0, text.find_first_of(Blanks));
-    if (tags.contains(tag)) (result += tag) += '\n';
-    text.remove_prefix(tag.size());
-  }
-  return result;
-}
+struct trial_job_t {
+  size_t trial, fold;
+  bool failed = false;
+  evaluation_t result{};
+};
 
 }  // namespace
 
-Folds::Folds(const char* lexicon, const char* open_classes, const char* corpus, int folds, uint64_t seed)
-    : lexicon_(read_whole(lexicon)), open_classes_(read_whole(open_classes)) {
-  read_corpus(corpus);
-  const auto count = static_cast<size_t>(folds);
-  if (sentences_.size() < count)
-    stop("%s has %zu sentences, too few for %zu folds", corpus, sentences_.size(), count);
-  const std::vector<size_t> fold_of = deal_out(sentences_.size(), count, seed);
-  for (size_t fold = 0; fold < count; ++fold) make_fold(fold, fold_of);
+Folds::Folds(const char* lexicon, const char* open_classes, const char* corpus, std::string_view sentence_tag,
+             size_t folds, uint64_t seed)
+    : names_{lexicon, open_classes, corpus}, sentence_tag_(strings_.number(sentence_tag)), folds_(folds) {
+  read_lexicon();
+  const std::string open_class_text = read_whole(open_classes);
+  read_corpus();
+  if (sentences_.size() < folds)
+    stop(formatted("%s has %zu sentences, too few for %zu folds", corpus, sentences_.size(), folds));
+  deal_out(seed);
+  make_lexicons();
+  for (fold_t& fold : folds_) {
+    std::istringstream words(open_class_text);
+    for (std::string tag; words >> tag;)
+      if (fold.tags.contains(tag)) (fold.open_classes += tag) += '\n';
+  }
+}
+
+void Folds::read_lexicon() {
+  lexicon_line_t entry;
+  for_each_line(names_[0], [&](char* line, int64_t number) {
+    entry.split(line);
+    if (entry.pairs.empty())
+      stop_at(names_[0], number, "no tag for the word form '" + printable(entry.word) + "'");
+    for (const auto& [tag, lemma] : entry.pairs)
+      readings_.push_back(
+          {strings_.number(entry.word), strings_.number(tag), strings_.number(lemma), number});
+  });
 }
 
 // A sentence ends at a word with the sentence tag or at an empty line.
-void Folds::read_corpus(const char* name) {
-  corpus_ = read_whole(name);
-  sentences_.emplace_back();
-  int64_t line_number = 0;
-  for_each_line(corpus_, [&](std::string_view line) {
-    ++line_number;
-    const std::string_view form = take_field(line, '\t');
-    const std::string_view tag = take_field(line, '\t');
-    if (!form.empty() && tag.empty())
-      stop_at(name, line_number, "no TAB and tag behind the word: %s", printable(form).c_str());
-    if (!form.empty()) {
-      sentences_.back().push_back({form, tag});
-      ++token_count_;
-    }
-    if ((form.empty() || tag == SENT_TAG) && !sentences_.back().empty()) sentences_.emplace_back();
+void Folds::read_corpus() {
+  const auto end_sentence = [this] {
+    const size_t first = sentences_.empty() ? 0 : sentences_.back().end;
+    if (tokens_.size() > first) sentences_.push_back({first, tokens_.size(), 0});
+  };
+  for_each_line(names_[2], [&](char* line, int64_t number) {
+    const corpus_line_t token(line);
+    if (*token.word == '\0') return end_sentence();
+    if (*token.tag == '\0')
+      stop_at(names_[2], number, "no TAB and tag behind the word: " + printable(token.word));
+    tokens_.push_back({strings_.number(token.word), strings_.number(token.tag)});
+    if (tokens_.back().tag == sentence_tag_) end_sentence();
   });
-  if (sentences_.back().empty()) sentences_.pop_back();
+  end_sentence();
 }
 
-void Folds::make_fold(size_t number, const std::vector<size_t>& fold_of) {
-  fold_t fold;
-  std::string training;
-  std::unordered_set<std::string> seen;       // pairs of a word form and a tag, in the training
-  std::unordered_set<std::string> held_back;  // and in the held-out sentences
-  string_set_t needed{SENT_TAG};              // tags of the training
-  for (size_t i = 0; i < sentences_.size(); ++i) {
-    const bool is_held_out = fold_of[i] == number;
-    if (is_held_out) fold.held_out.push_back(&sentences_[i]);
-    for (const token_t& token : sentences_[i]) {
-      (is_held_out ? held_back : seen).insert(pair_key(token.form, token.tag));
-      if (is_held_out) continue;
-      needed.insert(token.tag);
-      ((training += token.form) += '\t') += token.tag;
-      training += '\n';
+// The folds are equally large but for one sentence.
+void Folds::deal_out(uint64_t seed) {
+  std::vector<size_t> order(sentences_.size());
+  std::iota(order.begin(), order.end(), size_t{0});
+  Random random(seed);
+  for (size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
+  for (size_t i = 0; i < order.size(); ++i) sentences_[order[i]].fold = i % folds_.size();
+}
+
+void Folds::make_lexicons() {
+  Places pairs, tags;
+  for (const sentence_t& sentence : sentences_)
+    for (size_t i = sentence.first; i < sentence.end; ++i) {
+      pairs.meet(pair_of(tokens_[i]), sentence.fold);
+      tags.meet(tokens_[i].tag, sentence.fold);
+    }
+  for (size_t fold = 0; fold < folds_.size(); ++fold) {
+    string_set_t& kept = folds_[fold].tags;
+    const auto is_dropped = [&](const reading_t& reading) { return pairs.only_in(pair_of(reading), fold); };
+    for (const reading_t& reading : readings_)
+      if (!is_dropped(reading)) kept.insert(strings_.text(reading.tag));
+
+    std::string& text = folds_[fold].lexicon;
+    int64_t line = 0;  // the one that was begun last
+    for (const reading_t& reading : readings_) {
+      const bool needs_tag = reading.tag == sentence_tag_ || tags.outside(reading.tag, fold);
+      if (is_dropped(reading) && !(needs_tag && kept.insert(strings_.text(reading.tag)).second)) continue;
+      if (reading.line != line) {
+        if (line != 0) text += '\n';
+        text += strings_.text(reading.form);
+        line = reading.line;
+      }
+      ((text += '\t') += strings_.text(reading.tag)) += ' ';
+      text += strings_.text(reading.lemma);
+    }
+    text += '\n';
+  }
+}
+
+std::string Folds::training_corpus(size_t fold) const {
+  std::string text;
+  for (const sentence_t& sentence : sentences_) {
+    if (sentence.fold == fold) continue;
+    for (size_t i = sentence.first; i < sentence.end; ++i) {
+      (text += strings_.text(tokens_[i].form)) += '\t';
+      (text += strings_.text(tokens_[i].tag)) += '\n';
     }
   }
-  const auto is_dropped = [&](std::string_view form, std::string_view tag) {
-    const std::string key = pair_key(form, tag);
-    return held_back.contains(key) && !seen.contains(key);
-  };
-  string_set_t tags;  // of the fold's lexicon
-  fold.lexicon.reset(make_file(fold_lexicon(lexicon_, needed, is_dropped, tags)));
-  fold.open_classes.reset(make_file(fold_open_classes(open_classes_, tags)));
-  fold.corpus.reset(make_file(training));
-  folds_.push_back(std::move(fold));
+  return text;
 }
 
-// Trains, loads what was written and tags the held-out sentences. Leaves without the clean-up of the parent.
-void Folds::run_child(const fold_t& fold, const training_settings_t& settings, int pipe) const {
-  Quiet = 1;
-  Context_Size = settings.context_size;
-  Min_Info_Gain = settings.min_info_gain;
-  Smoothing_Weight = settings.smoothing_weight;
-  Word_Class_Weight = settings.word_class_weight;
-  Lex_Threshold = settings.lex_threshold;
-  const std::string lexicon = name_of(fold.lexicon.get());
-  const std::string open_classes = name_of(fold.open_classes.get());
-  const std::string corpus = name_of(fold.corpus.get());
-  FILE* const file = make_file("");
-  const std::string parameter_file = name_of(file);
-  make_lexicon(corpus.c_str(), lexicon.c_str(), open_classes.c_str());
-  write_parameter_file(parameter_file.c_str(), make_tree(corpus.c_str()));
-  read_parameter_file(parameter_file.c_str());
-
-  Tagger tagger;
-  evaluation_t result;
-  Evaluator evaluator(tagger, result, false);
-  for (const sentence_t* sentence : fold.held_out) {
-    for (const token_t& token : *sentence) evaluator.add(token.form, token.tag);
+evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
+  const Model model = [&] {
+    const std::string corpus = training_corpus(fold);
+    const TrainingInputs inputs = {
+        {names_[0], folds_[fold].lexicon}, {names_[1], folds_[fold].open_classes}, {names_[2], corpus}};
+    return make_model(train(inputs, settings, {}));
+  }();
+  Evaluator evaluator(model, Tagger(model), false);
+  for (const sentence_t& sentence : sentences_) {
+    if (sentence.fold != fold) continue;
+    for (size_t i = sentence.first; i < sentence.end; ++i)
+      evaluator.add(strings_.text(tokens_[i].form), strings_.text(tokens_[i].tag));
     evaluator.end_sentence();
   }
-  const report_t report{result.all, result.known, result.unknown};
-  const bool is_told = write(pipe, &report, sizeof report) == static_cast<ssize_t>(sizeof report);
-  _exit(is_told ? 0 : 1);
+  return evaluator.take_result();
 }
 
-// ---- the processes
-
-Folds::Pool::Pool(const Folds& folds, std::vector<trial_t>& trials, int jobs)
-    : folds_(folds), trials_(trials), jobs_(static_cast<size_t>(jobs)) {
-  for (trial_t& trial : trials_) trial.accuracy.assign(folds_.size(), 0.0);
-}
-
-Folds::Pool::~Pool() {
-  for (const child_t& child : children_) {
-    kill(child.pid, SIGKILL);
-    waitpid(child.pid, nullptr, 0);
-    close(child.pipe);
-  }
-}
-
-bool Folds::Pool::step() {
-  while (children_.size() < jobs_ && next_ < trials_.size() * folds_.size()) {
-    start(next_ / folds_.size(), next_ % folds_.size());
-    ++next_;
-  }
-  if (children_.empty()) return false;
-  int status;
-  const int pid = waitpid(-1, &status, 0);
-  if (pid < 0 && errno == EINTR) return true;
-  if (pid < 0) stop("can't wait for a training: %s", std::strerror(errno));
-  const auto child = std::ranges::find(children_, pid, &child_t::pid);
-  if (child == children_.end()) return true;
-  finish(*child, status);
-  children_.erase(child);
-  ++done_;
-  return true;
-}
-
-void Folds::Pool::start(size_t trial, size_t fold) {
-  int ends[2];
-  if (pipe2(ends, O_CLOEXEC) != 0) stop("can't make a pipe: %s", std::strerror(errno));
-  std::fflush(nullptr);
-  const int pid = fork();
-  if (pid < 0) stop("can't start a process: %s", std::strerror(errno));
-  if (pid == 0) folds_.run_child(folds_.folds_[fold], trials_[trial].settings, ends[1]);
-  close(ends[1]);
-  children_.push_back({pid, ends[0], trial, fold});
-}
-
-// The report is far smaller than what a pipe holds, so the child never waits for its reader.
-void Folds::Pool::finish(const child_t& child, int status) {
-  trial_t& trial = trials_[child.trial];
-  report_t report;
-  const bool is_whole = read(child.pipe, &report, sizeof report) == static_cast<ssize_t>(sizeof report);
-  close(child.pipe);
-  if (!is_whole || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    trial.failed = true;
-    return;
-  }
-  const auto add = [](score_t& sum, const score_t& part) {
-    sum.words += part.words;
-    sum.right += part.right;
+void Folds::run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress) const {
+  const auto work = [&](trial_job_t& job) {
+    job.failed = exit_status([&] {
+      job.result = try_out(job.fold, trials[job.trial].settings);
+      return 0;
+    });
   };
-  add(trial.all, report.all);
-  add(trial.known, report.known);
-  add(trial.unknown, report.unknown);
-  trial.accuracy[child.fold] = report.all.accuracy();
+  size_t done = 0;
+  const auto take = [&](trial_job_t& job) {
+    trial_t& trial = trials[job.trial];
+    trial.failed = trial.failed || job.failed;
+    trial.all.add(job.result.all);
+    trial.known.add(job.result.known);
+    trial.unknown.add(job.result.unknown);
+    trial.accuracy.push_back(job.result.all.accuracy());
+    progress.update(static_cast<int64_t>(++done), static_cast<int64_t>(trials.size() * size()));
+  };
+  OrderedJobs<trial_job_t> threads({jobs, work}, take);
+  for (size_t trial = 0; trial < trials.size(); ++trial)
+    for (size_t fold = 0; fold < size(); ++fold) threads.add({trial, fold});
+  threads.finish();
 }
 
 }  // namespace orvelle

@@ -5,34 +5,26 @@
 //
 //   fold 0       train on folds 1 and 2, tag fold 0, and so on
 //
-// The training and the loaded tables are state of the whole process, so every trial of a fold is a child process with
-// its own copy; what the children read is written once, before the first of them, to files without a name.
+// The files are read once; a trial makes the text of its corpus from them, and all that it makes is gone when it ends.
 #pragma once
 
+#include <array>
 #include <cstdint>
-#include <cstdio>
-#include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
-#include "tagger/evaluation.h"
+#include "commands/evaluation.h"
+#include "commands/remarks.h"
+#include "commands/string_table.h"
+#include "training/settings.h"
 
 namespace orvelle {
 
-struct training_settings_t {
-  int context_size;
-  double min_info_gain;
-  double smoothing_weight;
-  double word_class_weight;
-  double lex_threshold;
-
-  bool operator==(const training_settings_t&) const = default;
-};
-
 // What the trials of one choice of settings came to.
 struct trial_t {
-  training_settings_t settings;
+  Settings settings;
   score_t all;
   score_t known;
   score_t unknown;
@@ -44,73 +36,50 @@ class Folds {
  public:
   // Reads the three files and makes the folds. A word form loses in the lexicon of a fold's training what only the
   // held-out sentences know: its tags that are seen there and nowhere else. What the corpus never shows stays, as do
-  // the last word form of a tag that the training needs. Ends the process through stop if a file cannot be used.
-  Folds(const char* lexicon, const char* open_classes, const char* corpus, int folds, uint64_t seed);
+  // the last word form of a tag that the training needs. Files that cannot be used are a Failure. The names must outlive
+  // the object.
+  Folds(const char* lexicon, const char* open_classes, const char* corpus, std::string_view sentence_tag,
+        size_t folds, uint64_t seed);
 
   size_t size() const { return folds_.size(); }
   size_t sentences() const { return sentences_.size(); }
-  int64_t tokens() const { return token_count_; }
+  size_t tokens() const { return tokens_.size(); }
 
-  // Runs the trials, `jobs` processes at a time; calls `after_each(done, total)` when a process has ended.
-  template <class AfterEach>
-  void run(std::vector<trial_t>& trials, int jobs, AfterEach after_each) const {
-    Pool pool(*this, trials, jobs);
-    while (pool.step()) after_each(pool.done(), pool.total());
-  }
+  // Runs the trials in `jobs` threads and fills in what they came to.
+  void run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress) const;
 
  private:
   struct token_t {
-    std::string_view form;
-    std::string_view tag;
+    int form, tag;  // numbers in strings_
   };
-  using sentence_t = std::vector<token_t>;
-  struct file_closer_t {
-    void operator()(FILE* file) const { std::fclose(file); }
+  struct reading_t {
+    int form, tag, lemma;
+    int64_t line;
   };
-  using file_t = std::unique_ptr<FILE, file_closer_t>;
-  struct fold_t {
-    file_t lexicon;
-    file_t open_classes;
-    file_t corpus;
-    std::vector<const sentence_t*> held_out;
+  struct sentence_t {
+    size_t first, end;  // tokens
+    size_t fold;
   };
-
-  // The processes of some trials.
-  class Pool {
-   public:
-    Pool(const Folds& folds, std::vector<trial_t>& trials, int jobs);
-    ~Pool();
-    bool step();  // starts what there is room for and waits for one process; false if all are done
-    int64_t done() const { return done_; }
-    int64_t total() const { return static_cast<int64_t>(trials_.size() * folds_.size()); }
-
-   private:
-    struct child_t {
-      int pid;
-      int pipe;
-      size_t trial;
-      size_t fold;
-    };
-    void start(size_t trial, size_t fold);
-    void finish(const child_t& child, int status);
-
-    const Folds& folds_;
-    std::vector<trial_t>& trials_;
-    size_t jobs_;
-    size_t next_ = 0;
-    int64_t done_ = 0;
-    std::vector<child_t> children_;
+  using string_set_t = std::unordered_set<std::string_view>;
+  struct fold_t {  // what its training reads beside the corpus
+    std::string lexicon;
+    string_set_t tags;  // of the lexicon
+    std::string open_classes;
   };
 
-  void read_corpus(const char* name);
-  void make_fold(size_t number, const std::vector<size_t>& fold_of);
-  [[noreturn]] void run_child(const fold_t& fold, const training_settings_t& settings, int pipe) const;
+  void read_lexicon();
+  void read_corpus();
+  void deal_out(uint64_t seed);
+  void make_lexicons();
+  std::string training_corpus(size_t fold) const;
+  evaluation_t try_out(size_t fold, const Settings& settings) const;
 
-  std::string corpus_;  // what the tokens point into
-  std::string lexicon_;
-  std::string open_classes_;
+  std::array<const char*, 3> names_;  // of lexicon, open classes and corpus
+  StringTable strings_;
+  int sentence_tag_;
+  std::vector<reading_t> readings_;  // of the lexicon, in the order of the file
+  std::vector<token_t> tokens_;
   std::vector<sentence_t> sentences_;
-  int64_t token_count_ = 0;
   std::vector<fold_t> folds_;
 };
 

@@ -4,21 +4,20 @@
 // far. The gain at which a context is split and the smoothing weight depend on each other, so they get a grid; the
 // others are changed one at a time. The threshold of the affix trees is left alone: the tagger asks them only where a
 // lexicon has no rare words (docs/tagging.md).
-#include <unistd.h>
-
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "commands/command.h"
+#include "commands/escape.h"
+#include "commands/tagger_options.h"
 #include "commands/text_io.h"
 #include "commands/trials.h"
-#include "driver/settings.h"
 
 namespace orvelle {
 
@@ -35,7 +34,7 @@ constexpr const char* Help =
     "\n"
     "  --folds N           parts of the corpus, 2 to 100 (5)\n"
     "  --seed N            another number, other folds (1)\n"
-    "  --jobs N            processes at a time (one for each processor)\n"
+    "  --jobs N            trainings at a time (one for each processor)\n"
     "  --sentence-tag TAG  the tag of sentence ends, as for train-orvelle -st (SENT)\n"
     "  --utf8              word forms are UTF-8, as for train-orvelle -utf8\n";
 
@@ -44,7 +43,7 @@ constexpr option_t Options[] = {
 
 constexpr int64_t Noticeable_Share = 20000;  // one word in so many
 
-using Choices = std::vector<training_settings_t>;
+using Choices = std::vector<Settings>;
 
 // A value with two significant digits: what is written on the command line is what was tried.
 double rounded(double value) {
@@ -53,63 +52,59 @@ double rounded(double value) {
   return std::strtod(text, nullptr);
 }
 
-Choices context_grid(const training_settings_t& from) {
+Choices context_grid(const Settings& from) {
   Choices choices{from};
   for (const double gain : {0.5, 0.2, 0.1, 0.05, 0.02})
     for (const double weight : {1.0, 3.0, 10.0}) {
-      training_settings_t settings = from;
-      settings.min_info_gain = gain;
-      settings.smoothing_weight = weight;
-      choices.push_back(settings);
+      choices.push_back(from);
+      choices.back().Min_Info_Gain = gain;
+      choices.back().Smoothing_Weight = weight;
     }
   return choices;
 }
 
-Choices context_sizes(const training_settings_t& from) {
-  Choices choices;
-  for (const int size : {1, 2, 3}) {
-    training_settings_t settings = from;
-    settings.context_size = size;
-    choices.push_back(settings);
+// One choice for each of the values of a setting.
+template <class Value>
+void vary(const Settings& from, Value Settings::*member, std::initializer_list<Value> values,
+          Choices& choices) {
+  for (const Value value : values) {
+    choices.push_back(from);
+    choices.back().*member = value;
   }
+}
+
+Choices context_sizes(const Settings& from) {
+  Choices choices;
+  vary(from, &Settings::Context_Size, {1, 2, 3}, choices);
   return choices;
 }
 
-Choices lexicon_choices(const training_settings_t& from) {
+Choices lexicon_choices(const Settings& from) {
   Choices choices;
-  for (const double weight : {0.02, 0.05, 0.5, 1.5}) {
-    choices.push_back(from);
-    choices.back().word_class_weight = weight;
-  }
-  for (const double threshold : {0.005, 0.02}) {
-    choices.push_back(from);
-    choices.back().lex_threshold = threshold;
-  }
+  vary(from, &Settings::Word_Class_Weight, {0.02, 0.05, 0.5, 1.5}, choices);
+  vary(from, &Settings::Lex_Threshold, {0.005, 0.02}, choices);
   return choices;
 }
 
 // One step up and one down in each of the weights.
-Choices neighbours(const training_settings_t& from) {
+Choices neighbours(const Settings& from) {
   Choices choices;
   for (const double factor : {0.6, 1.6})
-    for (double training_settings_t::*const member :
-         {&training_settings_t::min_info_gain, &training_settings_t::smoothing_weight,
-          &training_settings_t::word_class_weight}) {
-      choices.push_back(from);
-      choices.back().*member = rounded(from.*member * factor);
-    }
+    for (double Settings::*const member :
+         {&Settings::Min_Info_Gain, &Settings::Smoothing_Weight, &Settings::Word_Class_Weight})
+      vary(from, member, {rounded(from.*member * factor)}, choices);
   return choices;
 }
 
 class Search {
  public:
-  Search(const Folds& folds, int jobs, TextOutput& out) : folds_(folds), jobs_(jobs), out_(out) {}
+  Search(const Folds& folds, size_t jobs, TextOutput& out, Remarks& remarks)
+      : folds_(folds), jobs_(jobs), out_(out), remarks_(remarks) {}
 
-  const trial_t& run() {
+  const trial_t& run(const Settings& start) {
     out_.print("%4s %7s %7s %7s %7s %9s %9s %9s\n", "-cl", "-dtg", "-sw", "-ecw", "-lt", "accuracy", "known",
                "unknown");
-    try_all("contexts",
-            context_grid({Context_Size, Min_Info_Gain, Smoothing_Weight, Word_Class_Weight, Lex_Threshold}));
+    try_all("contexts", context_grid(start));
     try_all("preceding tags", context_sizes(best().settings));
     try_all("lexicon", lexicon_choices(best().settings));
     try_all("neighbours", neighbours(best().settings));
@@ -134,28 +129,29 @@ class Search {
 
   void try_all(const char* stage, const Choices& choices) {
     std::vector<trial_t> trials;
-    for (const training_settings_t& settings : choices)
+    for (const Settings& settings : choices)
       if (!is_tried(trials_, settings) && !is_tried(trials, settings)) {
         trials.emplace_back();
         trials.back().settings = settings;
       }
-    ProgressLine progress(stage);
-    folds_.run(trials, jobs_, [&](int64_t done, int64_t total) { progress.update(done, total); });
-    progress.clear();
+    {
+      ProgressLine progress(remarks_, stage);
+      folds_.run(trials, jobs_, progress);
+    }
     for (const trial_t& trial : trials) put_row(trial);
     out_.flush();
     trials_.insert(trials_.end(), trials.begin(), trials.end());
     if (best().failed) stop("no training came to its end");
   }
 
-  static bool is_tried(const std::vector<trial_t>& trials, const training_settings_t& settings) {
+  static bool is_tried(const std::vector<trial_t>& trials, const Settings& settings) {
     return std::ranges::find(trials, settings, &trial_t::settings) != trials.end();
   }
 
   void put_row(const trial_t& trial) {
-    const training_settings_t& s = trial.settings;
-    out_.print("%4d %7g %7g %7g %7g ", s.context_size, s.min_info_gain, s.smoothing_weight,
-               s.word_class_weight, s.lex_threshold);
+    const Settings& s = trial.settings;
+    out_.print("%4d %7g %7g %7g %7g ", s.Context_Size, s.Min_Info_Gain, s.Smoothing_Weight,
+               s.Word_Class_Weight, s.Lex_Threshold);
     if (trial.failed)
       out_.put("   failed\n");
     else
@@ -164,56 +160,43 @@ class Search {
   }
 
   const Folds& folds_;
-  int jobs_;
+  size_t jobs_;
   TextOutput& out_;
+  Remarks& remarks_;
   std::vector<trial_t> trials_;
 };
-
-// As the shell has to be told it.
-std::string quoted_for_shell(std::string_view text) {
-  const auto is_plain = [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           std::string_view("_-./,+:@%=").find(c) != std::string_view::npos;
-  };
-  if (!text.empty() && std::ranges::all_of(text, is_plain)) return std::string(text);
-  std::string quoted = "'";
-  for (const char c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
-}
 
 void put_result(TextOutput& out, const trial_t& best, size_t tried, const std::vector<const char*>& files) {
   const auto [low, high] = std::ranges::minmax(best.accuracy);
   out.print("\nbest of %zu: %.2f%% of the words right, %.2f%% to %.2f%% from fold to fold\n\n", tried,
             100.0 * best.all.accuracy(), 100.0 * low, 100.0 * high);
-  const training_settings_t& s = best.settings;
+  const Settings& s = best.settings;
   out.put("train-orvelle");
-  if (UTF8_Processing) out.put(" -utf8");
-  if (std::string_view(SENT_TAG) != "SENT") out.print(" -st %s", quoted_for_shell(SENT_TAG).c_str());
-  out.print(" -cl %d -dtg %g -sw %g -ecw %g -lt %g", s.context_size, s.min_info_gain, s.smoothing_weight,
-            s.word_class_weight, s.lex_threshold);
-  for (const char* file : files) out.print(" %s", quoted_for_shell(file).c_str());
+  if (s.UTF8_Processing) out.put(" -utf8");
+  if (s.SENT_TAG != "SENT") out.print(" -st %s", shell_quoted(s.SENT_TAG).c_str());
+  out.print(" -cl %d -dtg %g -sw %g -ecw %g -lt %g", s.Context_Size, s.Min_Info_Gain, s.Smoothing_Weight,
+            s.Word_Class_Weight, s.Lex_Threshold);
+  for (const char* file : files) out.print(" %s", shell_quoted(file).c_str());
   out.put(" PARAMETER-FILE\n");
 }
 
-int tune_command(int argc, char** argv) {
-  const CommandLine line(argc, argv, Options, 3, 3);
-  const auto folds = static_cast<int>(line.integer("folds", 5, 2, 100));
+int tune_command(const CommandLine& line, Remarks& remarks) {
+  const auto folds = static_cast<size_t>(line.integer("folds", 5, 2, 100));
   const auto seed = static_cast<uint64_t>(line.integer("seed", 1, 0, INT64_MAX));
-  const int64_t processors = std::clamp<int64_t>(sysconf(_SC_NPROCESSORS_ONLN), 1, 1024);
-  const auto jobs = static_cast<int>(line.integer("jobs", processors, 1, 1024));
-  SENT_TAG = line.value("sentence-tag", SENT_TAG);
-  UTF8_Processing = line.has("utf8");
+  const size_t jobs = jobs_option(line, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 1024));
+  Settings start;
+  start.SENT_TAG = line.value("sentence-tag", start.SENT_TAG.c_str());
+  start.UTF8_Processing = line.has("utf8");
   const std::vector<const char*>& files = line.operands();
   for (const char* file : files)
     if (std::string_view(file) == "-") misuse("tune reads no standard input: the training needs files");
 
-  const Folds parts(files[0], files[1], files[2], folds, seed);
+  const Folds parts(files[0], files[1], files[2], start.SENT_TAG, folds, seed);
   TextOutput out("-");
-  out.print("%lld words, %zu sentences, %zu folds\n\n", static_cast<long long>(parts.tokens()),
-            parts.sentences(), parts.size());
+  out.print("%zu words, %zu sentences, %zu folds\n\n", parts.tokens(), parts.sentences(), parts.size());
   out.flush();
-  Search search(parts, jobs, out);
-  const trial_t best = search.run();
+  Search search(parts, jobs, out, remarks);
+  const trial_t best = search.run(start);
   put_result(out, best, search.tried(), files);
   out.close();
   return 0;
@@ -221,6 +204,6 @@ int tune_command(int argc, char** argv) {
 
 }  // namespace
 
-const command_t Tune_Command = {"tune", "find the settings to train with", Help, tune_command};
+const command_t Tune_Command = {"tune", "find the settings to train with", Help, Options, 3, 3, tune_command};
 
 }  // namespace orvelle

@@ -5,10 +5,6 @@
 
 namespace orvelle {
 
-context_tree_t Context_Tree;
-
-void define_context_tree(context_tree_t tree) { Context_Tree = std::move(tree); }
-
 // One loop whatever the depth: a chain of no children is as long as the training found tags to ask for.
 const context_leaf_t& context_leaf(const context_tree_t& tree, const int32_t* preceding) {
   const context_node_t* node = tree.nodes.data();
@@ -22,6 +18,45 @@ double tag_probability(const context_leaf_t& leaf, int32_t tag) {
   const int32_t* const end = leaf.tag + leaf.n;
   const int32_t* const place = std::lower_bound(leaf.tag, end, tag);
   return place != end && *place == tag ? leaf.prob[place - leaf.tag] : 0.0;
+}
+
+namespace {
+
+constexpr int32_t Not_Known_Yet = -1;
+constexpr size_t Largest_Block_Size = 1 << 16;  // doubles
+
+}  // namespace
+
+void ContextTreeBuilder::inner_node(int32_t context_pos, int32_t tag) {
+  without_no_.push_back(static_cast<int32_t>(tree_.nodes.size()));
+  tree_.nodes.push_back({context_pos, tag, Not_Known_Yet});
+}
+
+ContextTreeBuilder::entries_t ContextTreeBuilder::leaf(int32_t entries, uint32_t freq) {
+  double* const prob = room_for(static_cast<size_t>(entries));
+  auto* const tag = reinterpret_cast<int32_t*>(prob + entries);
+  tree_.nodes.push_back({0, static_cast<int32_t>(tree_.leaves.size()), 0});
+  tree_.leaves.push_back({tag, prob, entries, freq});
+  if (without_no_.empty()) {
+    is_complete_ = true;
+  } else {
+    tree_.nodes[static_cast<size_t>(without_no_.back())].no = static_cast<int32_t>(tree_.nodes.size());
+    without_no_.pop_back();
+  }
+  return {tag, prob};
+}
+
+// Doubles for as many probabilities and half as many tag numbers.
+double* ContextTreeBuilder::room_for(size_t entries) {
+  const size_t size = entries + (entries + 1) / 2;
+  if (size > room_) {
+    room_ = std::max(block_size_, size);
+    tree_.blocks.push_back(std::make_unique_for_overwrite<double[]>(room_));
+    next_ = tree_.blocks.back().get();
+    block_size_ = std::min(4 * block_size_, Largest_Block_Size);
+  }
+  room_ -= size;
+  return std::exchange(next_, next_ + size);
 }
 
 }  // namespace orvelle

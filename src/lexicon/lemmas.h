@@ -7,20 +7,29 @@
 
 #include <vector>
 
+#include "support/strings.h"
+
 namespace orvelle {
 
 inline constexpr const char* Card_Lemma = "@card@";
 inline constexpr const char* Ord_Lemma = "@ord@";
 
-// Written by define_lemmas alone; fixed from then on. Distinct and strictly ascending in byte order.
-extern std::vector<const char*> Lemma;
-extern int Number_of_Lemmas;
+class LemmaTable {
+ public:
+  LemmaTable() = default;
+  // Takes ownership of the lemmas, which lie in `strings`.
+  LemmaTable(std::vector<const char*> lemmas, StringArena strings);
 
-// Makes `lemmas` the table. The strings belong to the caller and must outlive every use of the table.
-void define_lemmas(std::vector<const char*> lemmas);
+  // Number of a lemma; one that is not in the table is an inconsistency of the program and throws
+  // "\nPROGRAM ERROR: in function lemma_number: \"%s\"\n".
+  int lemma_number(const char* lemma) const;
 
-// Number of a lemma; a lemma that is not in the table is an inconsistency of the program and ends the run with
-// "\nPROGRAM ERROR: in function lemma_number: \"%s\"\n".
-int lemma_number(const char* lemma);
+  // Written by the constructor alone; distinct and strictly ascending in byte order.
+  std::vector<const char*> Lemma;
+  int Number_of_Lemmas = 0;
+
+ private:
+  StringArena strings_;
+};
 
 }  // namespace orvelle

@@ -26,28 +26,21 @@
 // all f.
 #pragma once
 
-#include <cstdio>
-#include <vector>
+#include "lexicon/fullex.h"
 
 namespace orvelle {
 
-// The factors, one per tag. Written by read_fullex alone; empty in a run that has not loaded a section.
-extern std::vector<double> A_Priori_Tag_Prob_Fac;
+class BinaryInput;
+class BinaryOutput;
 
-// Writes the tagset, the lemma table, the lexicon and the factors at the stream's position. The factors come
-// from the corpus counts, or from A_Priori_Tag_Prob_Fac where no corpus was counted. A short write ends the
-// run through error with "Can't write to output file".
-void write_fullex(FILE* file);
+// Writes the section.
+void write_fullex(const fullex_t& fullex, BinaryOutput& out);
 
-// Reads the section at the stream's position and makes it the tagset, the lemma table, the lexicon and the
-// factors; the tables of an earlier call are released. Leaves the stream behind the section. Tag numbers,
-// lemma numbers and the order of the tables are taken as written: before they are used, check_lexicon
-// (driver/parameter_check.h) must have passed them. The run ends through
-//   error   "Can't read from input file"               a value is cut short
-//   error   "while reading string from binary file"    a string is cut short, or longer than Max_Line_Length
-//   error   "in parameter file"                        the index of the first entry is not -2
-//   error2  "in parameter file" and the count's name   a count is negative or beyond every table
-//   space_error                                        no memory
-void read_fullex(FILE* file);
+// Reads the section. Tag numbers, lemma numbers and the order of the tables are taken as written: before they are used,
+// check_lexicon (model/parameter_check.h) must have passed them. Throws as BinaryInput does where the section is cut
+// short, and
+//   error   "in parameter file"                        where the index of the first entry is not -2
+//   error2  "in parameter file" and the count's name   where a count is negative or beyond every table
+fullex_t read_fullex(BinaryInput& in);
 
 }  // namespace orvelle

@@ -7,29 +7,37 @@
 #include <string_view>
 #include <vector>
 
+#include "support/string_index.h"
+#include "support/strings.h"
+
 namespace orvelle {
 
 inline constexpr int Max_Number_of_Tags = 20000;  // so that a tag number fits into 16 bits
 
-// Written by define_tagset alone; fixed from then on. Names are distinct and strictly ascending in byte order.
-extern std::vector<const char*> Tag;
-extern int Number_of_Tags;
-extern int Sent_Tag;  // number of the sentence tag
+class Tagset {
+ public:
+  Tagset() = default;
+  // Takes ownership of the names, which lie in `strings`.
+  Tagset(std::vector<const char*> names, int sent_tag, StringArena strings);
 
-// Corpus tokens of each tag, whether or not the lexicon knows the word form; indexed by tag number. Written by the
-// corpus pass of the training alone, empty before and in a program that only loads.
-extern std::vector<int> Tag_Freq;
+  // Number of a tag name, or -1 if it is not a tag.
+  int find_tag(std::string_view name) const;
 
-// Makes `names` the tagset. The names themselves belong to the caller and must outlive every use of the tagset.
-void define_tagset(std::vector<const char*> names, int sent_tag);
+  // Number of a tag name; throws unknown_tag if it is not a tag.
+  int tag_number(const char* name) const;
 
-// Number of a tag name, or -1 if it is not a tag.
-int find_tag(std::string_view name);
+  // Written by the constructor alone. A loaded tagset is distinct and strictly ascending in byte order once
+  // model/parameter_check.h has passed it.
+  std::vector<const char*> Tag;
+  int Number_of_Tags = 0;
+  int Sent_Tag = 0;  // number of the sentence tag
 
-// Number of a tag name; ends the run with "\nERROR: unknown tag <%s> !\n\n" if it is not a tag.
-int tag_number(const char* name);
+ private:
+  StringIndex index_;  // from a name to its number
+  StringArena strings_;
+};
 
-// The end of the run for a name that is not a tag.
+// The failure for a name that is not a tag: "\nERROR: unknown tag <%s> !\n\n".
 [[noreturn]] void unknown_tag(const char* name);
 
 }  // namespace orvelle

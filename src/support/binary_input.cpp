@@ -8,22 +8,25 @@
 
 namespace orvelle {
 
-const char* Binary_Input_Name = nullptr;
+void bad_parameter_file(const char* what) { error2("in parameter file", what); }
 
-namespace {
-
-// A failing disk is no damaged file: where the name is known, the message says which file could not be read.
-[[noreturn]] void short_read(FILE* file, const char* message) {
-  if (std::ferror(file) && Binary_Input_Name != nullptr)
-    error2("Can't read from input file", Binary_Input_Name);
-  error(message);
+BinaryInput::BinaryInput(const char* name)
+    : file_(open_binary_input(name, nullptr)),
+      name_(name),
+      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)),
+      next_(buffer_.get()),
+      end_(buffer_.get()) {
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+  struct stat status;
+  if (fstat(fileno(file_.get()), &status) == 0 && S_ISREG(status.st_mode))
+    size_ = static_cast<size_t>(status.st_size);
 }
 
-}  // namespace
-
-char* inputs(FILE* file) { return str_dup(BinaryInput(file).string().data()); }
-
-void bad_parameter_file(const char* what) { error2("in parameter file", what); }
+BinaryInput::BinaryInput(std::span<const std::byte> content)
+    : size_(content.size()),
+      read_from_file_(content.size()),
+      next_(reinterpret_cast<const char*>(content.data())),
+      end_(next_ + content.size()) {}
 
 int BinaryInput::count(int largest, const char* what) {
   const auto number = value<int32_t>();
@@ -31,27 +34,65 @@ int BinaryInput::count(int largest, const char* what) {
   return number;
 }
 
-size_t BinaryInput::reservable(int count, size_t least_size) {
-  struct stat status;
-  if (fstat(fileno(file_), &status) != 0 || !S_ISREG(status.st_mode)) return 0;
-  const off_t left = status.st_size - ftello(file_);
-  return left > 0 ? std::min<size_t>(count, left / least_size) : 0;
+size_t BinaryInput::reservable(int count, size_t least_size) const {
+  const size_t handed_out = read_from_file_ - static_cast<size_t>(end_ - next_);
+  return handed_out < size_ ? std::min<size_t>(count, (size_ - handed_out) / least_size) : 0;
 }
 
-void BinaryInput::bytes(void* place, size_t size) {
-  if (size > 0 && std::fread(place, 1, size, file_) != size) short_read(file_, "Can't read from input file");
-}
-
-// getc_unlocked compiles to a fetch from the stream's buffer; with getc, which locks for every byte, loading
-// a lexicon of 20 MB took twice as long.
-std::string_view BinaryInput::string() {
-  for (size_t length = 0; length < sizeof buffer_; ++length) {
-    const int c = getc_unlocked(file_);
-    if (c == EOF) break;
-    buffer_[length] = static_cast<char>(c);
-    if (c == '\0') return {buffer_, length};
+// More bytes than the buffer holds: those that it has, the rest from the file.
+void BinaryInput::long_bytes(void* place, size_t size) {
+  const auto held = static_cast<size_t>(end_ - next_);
+  if (held > 0) std::memcpy(place, next_, held);
+  next_ = end_;
+  const size_t missing = size - held;
+  if (missing < Buffer_Size) {
+    fill();
+    if (static_cast<size_t>(end_ - next_) < missing) short_read("Can't read from input file");
+    std::memcpy(static_cast<char*>(place) + held, next_, missing);
+    next_ += missing;
+  } else if (read(static_cast<char*>(place) + held, missing) != missing) {
+    short_read("Can't read from input file");
   }
-  short_read(file_, "while reading string from binary file");
+}
+
+std::string_view BinaryInput::inputs() {
+  constexpr size_t Longest = Max_Line_Length + 1;  // with its NUL
+  if (static_cast<size_t>(end_ - next_) < Longest) fill();
+  const size_t window = std::min<size_t>(end_ - next_, Longest);
+  const void* nul = window > 0 ? std::memchr(next_, '\0', window) : nullptr;
+  if (nul == nullptr) short_read("while reading string from binary file");
+  const char* start = next_;
+  next_ = static_cast<const char*>(nul) + 1;
+  return {start, static_cast<size_t>(next_ - start) - 1};
+}
+
+bool BinaryInput::at_end() {
+  if (next_ == end_) fill();
+  if (next_ < end_) return false;
+  if (file_ != nullptr && std::ferror(file_.get())) short_read("Can't read from input file");
+  return true;
+}
+
+// Moves what is left to the front of the buffer and reads behind it.
+void BinaryInput::fill() {
+  if (file_ == nullptr) return;
+  const auto left = static_cast<size_t>(end_ - next_);
+  std::memmove(buffer_.get(), next_, left);
+  next_ = buffer_.get();
+  end_ = next_ + left + read(buffer_.get() + left, Buffer_Size - left);
+}
+
+size_t BinaryInput::read(char* place, size_t size) {
+  if (file_ == nullptr) return 0;
+  const size_t got = std::fread(place, 1, size, file_.get());
+  read_from_file_ += got;
+  return got;
+}
+
+// A failing disk is no damaged file: the message says which file could not be read.
+void BinaryInput::short_read(const char* message) const {
+  if (file_ != nullptr && std::ferror(file_.get())) error2("Can't read from input file", name_);
+  error(message);
 }
 
 }  // namespace orvelle

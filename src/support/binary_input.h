@@ -1,5 +1,5 @@
 // The one place that touches fread. Values lie in a parameter file as their bytes in memory, little-endian,
-// without padding; the twin is binary_output.h.
+// without padding; binary_output.h writes them.
 //
 // A parameter file may be cut short or damaged, so no count in it is believed: memory for counted values
 // grows with the values that were really read, and a file of 60 bytes that announces 2^31 of them ends in a
@@ -9,11 +9,15 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <cstring>
 #include <limits>
+#include <memory>
+#include <span>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "support/files.h"
 #include "support/strings.h"
 
 namespace orvelle {
@@ -21,28 +25,17 @@ namespace orvelle {
 static_assert(std::endian::native == std::endian::little, "the parameter file is little-endian");
 static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<float>::is_iec559);
 
-// Name of the parameter file that is being read, for the message of a read that fails (not one that meets the
-// end of the file); null while it is not known. Written by read_parameter_file alone.
-extern const char* Binary_Input_Name;
-
-// The next string of a stream: its bytes up to a NUL. Returns a copy made with malloc, exactly one byte
-// longer than the string, that the caller frees with free; leaves the stream behind the NUL. The end of the
-// file (or a failing read) before the NUL, or more than Max_Line_Length bytes before it, ends the run through
-// error with "while reading string from binary file".
-char* inputs(FILE* file);
-
-// Ends the run: error2("in parameter file", what). For values that no parameter file can hold.
+// Throws error2("in parameter file", what). For values that no parameter file can hold.
 [[noreturn]] void bad_parameter_file(const char* what);
 
-// Reads values from the current position of a stream on, and nothing beyond them. A read that does not
-// complete ends the run through error with "Can't read from input file", in a string as inputs does.
+// Reads values one behind the other. One that is cut short is error("Can't read from input file"), in a string
+// error("while reading string from binary file"); a failing read is error2("Can't read from input file") with the name.
 class BinaryInput {
  public:
-  // The stream belongs to the caller and must outlive the object, which keeps it locked.
-  explicit BinaryInput(FILE* file) : file_(file) { flockfile(file); }
-  ~BinaryInput() { funlockfile(file_); }
-  BinaryInput(const BinaryInput&) = delete;
-  BinaryInput& operator=(const BinaryInput&) = delete;
+  // Of the file of that name; error2("Can't open for reading") if it cannot be opened.
+  explicit BinaryInput(const char* name);
+  // Of bytes that belong to the caller and must outlive the object.
+  explicit BinaryInput(std::span<const std::byte> content);
 
   template <class T>
   T value() {
@@ -52,22 +45,43 @@ class BinaryInput {
     return x;
   }
 
-  // A 32-bit count; one that is negative or greater than `largest` ends the run, named by `what`.
+  // A 32-bit count; one that is negative or greater than `largest` is a bad_parameter_file, named by `what`.
   int count(int largest, const char* what);
 
-  // How many of `count` items of at least `least_size` bytes the rest of the file can hold, as far as that is
-  // known: a number that memory may be reserved for. 0 for a stream that is no regular file.
-  size_t reservable(int count, size_t least_size);
+  // How many of `count` items of at least `least_size` bytes the rest of the input can hold, as far as that is
+  // known: a number that memory may be reserved for. 0 for a file that is no regular file.
+  size_t reservable(int count, size_t least_size) const;
 
   // `size` bytes. Requires: room for them, of a size that does not depend on an unchecked count.
-  void bytes(void* place, size_t size);
+  void bytes(void* place, size_t size) {
+    if (static_cast<size_t>(end_ - next_) < size) return long_bytes(place, size);
+    if (size == 0) return;  // the place may be null then
+    std::memcpy(place, next_, size);
+    next_ += size;
+  }
 
-  // The next string, without a copy. Valid until: the next call.
-  std::string_view string();
+  // The next string: its bytes up to a NUL, at most Max_Line_Length of them; the NUL stands behind it. Valid until:
+  // the next call.
+  std::string_view inputs();
+
+  // Whether nothing is left.
+  bool at_end();
 
  private:
-  FILE* file_;
-  char buffer_[Max_Line_Length + 1];
+  static constexpr size_t Buffer_Size = 1 << 16;  // bytes; more than the longest string
+
+  void long_bytes(void* place, size_t size);
+  void fill();
+  size_t read(char* place, size_t size);
+  [[noreturn]] void short_read(const char* message) const;
+
+  File file_;  // null for bytes in memory
+  std::string name_;
+  size_t size_ = 0;                 // bytes of the whole input; 0 if it is not known
+  size_t read_from_file_ = 0;       // bytes
+  std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes
+  const char* next_ = nullptr;      // what was not handed out yet: next_ to end_
+  const char* end_ = nullptr;
 };
 
 }  // namespace orvelle

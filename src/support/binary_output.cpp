@@ -4,8 +4,15 @@
 
 namespace orvelle {
 
-BinaryOutput::BinaryOutput(FILE* file)
-    : file_(file), buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
+namespace {
+
+[[noreturn]] void cannot_write() { error("Can't write to output file"); }
+
+}  // namespace
+
+BinaryOutput::BinaryOutput(const char* name)
+    : file_(open_binary_output(name, nullptr)),
+      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
 
 void BinaryOutput::bytes(const void* data, size_t size) {
   if (size == 0) return;
@@ -17,7 +24,11 @@ void BinaryOutput::bytes(const void* data, size_t size) {
   std::memcpy(place(size), data, size);
 }
 
-void BinaryOutput::flush() { write_buffer(); }
+// What the system still held back may be what does not fit.
+void BinaryOutput::close() {
+  write_buffer();
+  if (std::fclose(file_.release()) != 0) cannot_write();
+}
 
 void BinaryOutput::write_buffer() {
   write(buffer_.get(), used_);
@@ -25,7 +36,7 @@ void BinaryOutput::write_buffer() {
 }
 
 void BinaryOutput::write(const void* data, size_t size) {
-  if (std::fwrite(data, 1, size, file_) != size) error("Can't write to output file");
+  if (std::fwrite(data, 1, size, file_.get()) != size) cannot_write();
 }
 
 }  // namespace orvelle

@@ -3,11 +3,13 @@
 #pragma once
 
 #include <bit>
-#include <cstdio>
+#include <cstddef>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <type_traits>
+
+#include "support/files.h"
 
 namespace orvelle {
 
@@ -15,11 +17,11 @@ static_assert(std::endian::native == std::endian::little, "the parameter file is
 static_assert(std::numeric_limits<double>::is_iec559 && std::numeric_limits<float>::is_iec559);
 static_assert(sizeof(int) == 4 && sizeof(float) == 4 && sizeof(double) == 8);
 
-// Collects small values and writes them in large pieces. A write that does not complete ends the run through error
-// with "Can't write to output file". Requires: flush is called last; nobody else writes to the stream before.
+// Collects small values and writes them in large pieces to the file of a name, which is emptied first. A write that does
+// not complete, closing included, is error("Can't write to output file"). What was not written by close is lost.
 class BinaryOutput {
  public:
-  explicit BinaryOutput(FILE* file);
+  explicit BinaryOutput(const char* name);
 
   template <class T>
   void value(T x) {
@@ -49,13 +51,13 @@ class BinaryOutput {
     return start;
   }
 
-  void flush();
+  void close();
 
  private:
   void write_buffer();
   void write(const void* data, size_t size);
 
-  FILE* file_;
+  File file_;
   std::unique_ptr<char[]> buffer_;
   size_t used_ = 0;  // bytes
 };

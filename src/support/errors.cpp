@@ -1,26 +1,46 @@
 #include "support/errors.h"
 
 #include <cstdarg>
-#include <cstdio>
-#include <cstdlib>
-#include <new>
 
 namespace orvelle {
 
-void error(const char* message) { fail("\nERROR: %s\naborted.\n", message); }
+namespace {
 
-void error2(const char* message, const char* detail) { fail("\nERROR: %s: %s\naborted.\n", message, detail); }
+std::string formatted_list(const char* format, va_list arguments) {
+  va_list again;
+  va_copy(again, arguments);
+  std::string text(static_cast<size_t>(std::vsnprintf(nullptr, 0, format, arguments)), '\0');
+  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  va_end(again);
+  return text;
+}
 
-void space_error() { error("Not enough memory"); }
+}  // namespace
+
+void error(std::string_view message) { throw Error("\nERROR: " + std::string(message) + "\naborted.\n"); }
+
+void error2(std::string_view message, std::string_view detail) {
+  error(std::string(message) + ": " + std::string(detail));
+}
+
+void space_error() { throw std::bad_alloc(); }
 
 void fail(const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
-  std::vfprintf(stderr, format, arguments);
+  const std::string text = formatted_list(format, arguments);
   va_end(arguments);
-  std::exit(1);
+  throw Error(text);
 }
 
-void install_space_error() { std::set_new_handler(space_error); }
+std::string formatted(const char* format, ...) {
+  va_list arguments;
+  va_start(arguments, format);
+  std::string text = formatted_list(format, arguments);
+  va_end(arguments);
+  return text;
+}
+
+void warn_on_standard_error(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
 
 }  // namespace orvelle

@@ -1,24 +1,48 @@
-// The fatal exits. No operation of this system reports a failure to its caller: each failure writes one message to
-// standard error and ends the process with status 1. Nothing else in the program calls exit.
+// The one family of functions that throw. A text is what a program prints: it has its own line ends.
 #pragma once
+
+#include <cstdio>
+#include <new>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include <orvelle/error.h>
 
 namespace orvelle {
 
-// Writes "\nERROR: <message>\naborted.\n" and ends the process with status 1.
-[[noreturn]] void error(const char* message);
+// Error with "\nERROR: <message>\naborted.\n".
+[[noreturn]] void error(std::string_view message);
 
-// Writes "\nERROR: <message>: <detail>\naborted.\n" and ends the process with status 1.
-[[noreturn]] void error2(const char* message, const char* detail);
+// Error with "\nERROR: <message>: <detail>\naborted.\n".
+[[noreturn]] void error2(std::string_view message, std::string_view detail);
 
-// error("Not enough memory"). Every failed allocation ends here.
+// For a size that no memory could hold: what a failing allocation throws.
 [[noreturn]] void space_error();
 
-// Writes the text that `format` and its arguments (as for printf) give, as it stands, and ends the process with
-// status 1: for the messages that have a wording of their own.
+// Error with the text that `format` and its arguments (as for printf) give, as it stands: for the messages that have a
+// wording of their own.
 [[noreturn, gnu::format(printf, 1, 2)]] void fail(const char* format, ...);
 
-// Makes every failing `operator new` of the process, those inside containers included, end in space_error. For
-// programs; a library user keeps its own handler unless it calls this.
-void install_space_error();
+// What `format` and its arguments (as for printf) give.
+[[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
+
+// What a program prints when memory cannot be had.
+inline constexpr const char Space_Error_Text[] = "\nERROR: Not enough memory\naborted.\n";
+
+// The whole of a program's main: prints on standard error what `run` throws, and turns it into status 1.
+template <class Run>
+int exit_status(Run run) {
+  try {
+    return run();
+  } catch (const Error& failure) {
+    std::fputs(failure.what(), stderr);
+  } catch (const std::bad_alloc&) {
+    std::fputs(Space_Error_Text, stderr);
+  } catch (const std::length_error&) {  // a container asked for more than any memory could hold
+    std::fputs(Space_Error_Text, stderr);
+  }
+  return 1;
+}
 
 }  // namespace orvelle

@@ -8,12 +8,18 @@
 
 namespace orvelle {
 
-LineReader::LineReader(FILE* file, const char* name)
-    : file_(file),
-      name_(name),
+LineReader::LineReader(std::string_view text, PieceObserver* observer)
+    : text_(text),
+      observer_(observer),
       buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size + 1)),
       next_(buffer_.get()),
       end_(buffer_.get()) {}
+
+LineReader::LineReader(FILE* file, const char* name, PieceObserver* observer)
+    : LineReader(std::string_view(), observer) {
+  file_ = file;
+  name_ = name != nullptr ? name : "standard input";
+}
 
 std::string_view LineReader::next_piece() {
   if (is_terminated_) {
@@ -35,6 +41,7 @@ bool LineReader::take_piece() {
   char* start = next_;
   next_ = newline != nullptr ? static_cast<char*>(const_cast<void*>(newline)) + 1 : start + window;
   line_ = {start, static_cast<size_t>(next_ - start)};
+  if (observer_ != nullptr) observer_->piece(line_);
   return true;
 }
 
@@ -58,13 +65,20 @@ void LineReader::fill() {
   const size_t left = end_ - next_;
   std::memmove(buffer_.get(), next_, left);
   next_ = buffer_.get();
-  const size_t got = std::fread(next_ + left, 1, Buffer_Size - left, file_);
+  const size_t got = read(next_ + left, Buffer_Size - left);
   if (got < Buffer_Size - left) {
-    if (std::ferror(file_)) error2("Can't read from input file", name_);
+    if (file_ != nullptr && std::ferror(file_)) error2("Can't read from input file", name_);
     at_end_ = true;
   }
   end_ = next_ + left + got;
   nul_in_buffer_ = std::memchr(next_, '\0', end_ - next_) != nullptr;
+}
+
+size_t LineReader::read(char* place, size_t size) {
+  if (file_ != nullptr) return std::fread(place, 1, size, file_);
+  const size_t got = text_.copy(place, size);
+  text_.remove_prefix(got);
+  return got;
 }
 
 }  // namespace orvelle

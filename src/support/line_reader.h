@@ -9,11 +9,21 @@
 
 namespace orvelle {
 
+// Sees every piece that is read, with its LF and whatever stands behind a NUL.
+class PieceObserver {
+ public:
+  virtual ~PieceObserver() = default;
+  virtual void piece(std::string_view text) = 0;
+};
+
 class LineReader {
  public:
   // Reads from the stream's position. `name` is for the message of a failed read: error2 with "Can't read from input
   // file" and the name. The stream stays the caller's, as does the name.
-  LineReader(FILE* file, const char* name);
+  LineReader(FILE* file, const char* name, PieceObserver* observer = nullptr);
+
+  // Reads text in memory, which stays the caller's and must outlive the reader.
+  explicit LineReader(std::string_view text, PieceObserver* observer = nullptr);
 
   // The next line with its LF, up to its first NUL; its data is null at the end of the file. Valid until: the next
   // call.
@@ -34,11 +44,14 @@ class LineReader {
   std::string_view next_piece();
   bool take_piece();
   void fill();
+  size_t read(char* place, size_t size);
 
   static constexpr size_t Buffer_Size = 1 << 18;  // bytes; beyond that a larger buffer gains nothing
 
-  FILE* file_;
-  const char* name_;
+  FILE* file_ = nullptr;         // null for text in memory
+  const char* name_ = nullptr;
+  std::string_view text_;        // in memory: what was not read yet
+  PieceObserver* observer_;
   std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes and one for the NUL of terminated
   char* next_;                      // first byte not handed out yet
   char* end_;                       // end of what was read

@@ -1,25 +1,13 @@
 #include "support/strings.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-
-#include "support/errors.h"
 
 namespace orvelle {
 
 int str_cmp(const char* a, const char* b) {
   while (*a != '\0' && *a == *b) ++a, ++b;
   return static_cast<unsigned char>(*a) - static_cast<unsigned char>(*b);
-}
-
-int str_len(const char* s) { return static_cast<int>(std::strlen(s)); }
-
-char* str_dup(const char* s) {
-  const size_t size = std::strlen(s) + 1;
-  char* copy = static_cast<char*>(std::malloc(size));
-  if (copy == nullptr) space_error();
-  return static_cast<char*>(std::memcpy(copy, s, size));
 }
 
 namespace {
@@ -51,10 +39,10 @@ char* next_string2(char** cursor) {
 const char* StringArena::add(std::string_view text) {
   const size_t size = text.size() + 1;
   if (size > room_) {
-    const size_t block_size = std::max(Block_Size, size);
-    blocks_.push_back(std::make_unique_for_overwrite<char[]>(block_size));
+    room_ = std::max(block_size_, size);
+    blocks_.push_back(std::make_unique_for_overwrite<char[]>(room_));
     next_ = blocks_.back().get();
-    room_ = block_size;
+    block_size_ = std::min(4 * block_size_, Largest_Block_Size);
   }
   char* copy = next_;
   std::memcpy(copy, text.data(), text.size());

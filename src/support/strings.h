@@ -17,11 +17,7 @@ inline constexpr int Max_Line_Length = 9999;
 // for equal strings. This is the order of the tagset, the lemma table and the lexicon.
 int str_cmp(const char* a, const char* b);
 
-// Number of bytes before the NUL.
-int str_len(const char* s);
-
-// A copy of `s` made with malloc, exactly str_len(s) + 1 bytes. The caller frees it with free.
-char* str_dup(const char* s);
+inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 // Both tokenisers skip leading blanks, TABs and CRs, end the field at a byte of their own set by overwriting it with
 // NUL, and leave `*cursor` behind that byte, or on the NUL that ends the line. They return the start of the field;
@@ -30,15 +26,16 @@ char* str_dup(const char* s);
 char* next_string(char** cursor);   // a field ends at a blank, TAB, LF or CR
 char* next_string2(char** cursor);  // a field ends at a TAB or LF, so it may hold blanks and CRs
 
-// Owner of many short strings that live as long as it does.
+// Owner of many short strings that live as long as it does; they stay where they are when it is moved.
 class StringArena {
  public:
   // A NUL-terminated copy of `text`. Valid until: the arena is destroyed.
   const char* add(std::string_view text);
 
  private:
-  static constexpr size_t Block_Size = 1 << 18;  // bytes
+  static constexpr size_t First_Block_Size = 1 << 10, Largest_Block_Size = 1 << 18;  // bytes
   std::vector<std::unique_ptr<char[]>> blocks_;
+  size_t block_size_ = First_Block_Size;  // of the next block
   char* next_ = nullptr;
   size_t room_ = 0;  // bytes left at next_
 };

@@ -2,7 +2,7 @@
 // its output and is made again with
 //
 //     scripts/make_unicode_tables > src/support/unicode_tables.inc
-#include "support/unicode_tables.h"
+#include <orvelle/unicode_tables.h>
 
 #include <algorithm>
 #include <iterator>

@@ -1,16 +1,15 @@
-#include "support/word_forms.h"
+#include <orvelle/unicode_tables.h>
+#include <orvelle/utf8.h>
+#include <orvelle/word_forms.h>
 
+#include <algorithm>
 #include <cstring>
 
-#include "driver/settings.h"
-#include "support/unicode_tables.h"
-#include "support/utf8.h"
+#include "support/strings.h"
 
 namespace orvelle {
 
 namespace {
-
-using word_buffer_t = char[Max_Word_Form_Length + 1];
 
 // Letters of ISO-8859-1 lie this far apart. The ranges are those of the letters, with the multiplication sign
 // 0xD7 and the division sign 0xF7 as a pair among them.
@@ -28,96 +27,83 @@ char upper_byte(char c) {
   return is_upper_byte(shifted) ? shifted : c;
 }
 
-// Length in bytes, but no more than one byte past what a buffer holds.
-size_t bounded_length(const char* s) { return strnlen(s, Max_Word_Form_Length + 1); }
-
-bool is_too_long(size_t length) { return length > Max_Word_Form_Length; }
-
-// No partner of a character is longer than the character, and neither is the question mark for a broken one:
-// the result fits where the word fits. A character that decodes to U+0000 ends the result early.
-void lower_characters(const char* word, char* to) {
-  while (*word != '\0') {
-    size_t length = 0;
-    char partner[Max_Utf8_Length + 1];
-    const int size = unichar_to_utf8(unichar_tolower(utf8_get_char(word, &length)), partner);
-    std::memcpy(to, partner, size);
-    to += size;
-    word += length;
-  }
-  *to = '\0';
+// Appends the UTF-8 form of a code point; U+0000 as a NUL.
+void append(std::string& text, uint32_t code_point) {
+  char form[Max_Utf8_Length + 1];
+  text.append(form, static_cast<size_t>(unichar_to_utf8(code_point, form)));
 }
 
-// The same holds here.
-void cap_character(const char* word, char* to) {
-  size_t length = 0;
-  char partner[Max_Utf8_Length + 1];
-  const int size = unichar_to_utf8(unichar_toupper(utf8_get_char(word, &length)), partner);
-  std::memmove(to + size, word + length, std::strlen(word + length) + 1);
-  std::memcpy(to, partner, size);
+// A character that decodes to U+0000 ends the result early.
+std::string lower_characters(const char* word, const Warn& warn) {
+  std::string result;
+  while (*word != '\0') {
+    size_t length = 0;
+    append(result, unichar_tolower(utf8_get_char(word, &length, warn)));
+    word += length;
+  }
+  return result.substr(0, result.find('\0'));
 }
 
 }  // namespace
 
-int is_upper(const char* word) {
-  return UTF8_Processing ? unichar_isupper(utf8_get_char(word)) : is_upper_byte(word[0]);
+int is_upper(const char* word, bool utf8, const Warn& warn) {
+  return utf8 ? unichar_isupper(utf8_get_char(word, nullptr, warn)) : is_upper_byte(word[0]);
 }
 
-char* all_to_lower(const char* word) {
-  static word_buffer_t buffer;
-  const size_t length = bounded_length(word);
-  if (is_too_long(length)) return const_cast<char*>(word);
-  if (UTF8_Processing) {
-    lower_characters(word, buffer);
-  } else {
-    for (size_t i = 0; i <= length; ++i) buffer[i] = lower_byte(word[i]);
-  }
-  return buffer;
+std::string all_to_lower(const char* word, bool utf8, const Warn& warn) {
+  std::string result = word;
+  if (result.size() > Max_Word_Form_Length) return result;
+  if (utf8) return lower_characters(word, warn);
+  std::transform(result.begin(), result.end(), result.begin(), lower_byte);
+  return result;
 }
 
-char* cap_word(const char* word) {
-  static word_buffer_t buffer;
-  size_t length = bounded_length(word);
-  if (UTF8_Processing) {
-    if (is_too_long(length)) return const_cast<char*>(word);
-    if (length > 0)
-      cap_character(word, buffer);
-    else
-      buffer[0] = '\0';
-    return buffer;
+std::string cap_word(const char* word, bool utf8, const Warn& warn) {
+  std::string result = word;
+  if (!utf8) {
+    if (result.size() > Max_Word_Form_Length) result.resize(Max_Word_Form_Length);
+    if (!result.empty()) result[0] = upper_byte(result[0]);
+    return result;
   }
-  if (is_too_long(length)) length = Max_Word_Form_Length;
-  std::memmove(buffer, word, length);
-  buffer[length] = '\0';
-  buffer[0] = upper_byte(buffer[0]);
-  return buffer;
+  if (result.size() > Max_Word_Form_Length || result.empty()) return result;
+  size_t length = 0;
+  std::string capital;
+  append(capital, unichar_toupper(utf8_get_char(word, &length, warn)));
+  if (capital[0] == '\0') return {};
+  return capital.append(result, length);
 }
 
 // One pass: a "<" and what follows it up to the next "<", ">" or the end is either all of a tag or all plain
 // text.
-char* strip_xml(const char* text, int enabled) {
-  static word_buffer_t buffer;
-  if (!enabled || is_too_long(bounded_length(text))) return nullptr;
-  char* to = buffer;
-  int tags = 0;
+std::optional<std::string> strip_xml(const char* text, int enabled) {
+  if (!enabled || strnlen(text, Max_Word_Form_Length + 1) > Max_Word_Form_Length) return std::nullopt;
+  std::string result;
+  bool any_tag = false;
   while (*text != '\0') {
     size_t run = *text == '<' ? 1 + std::strcspn(text + 1, "<>") : 1;
     if (*text == '<' && text[run] == '>') {
-      ++tags;
+      any_tag = true;
       ++run;
     } else {
-      std::memmove(to, text, run);
-      to += run;
+      result.append(text, run);
     }
     text += run;
   }
-  *to = '\0';
-  return tags > 0 ? buffer : nullptr;
+  if (!any_tag) return std::nullopt;
+  return result;
 }
 
-entry_t* fullform_lookup2(const char* word, int strip) {
-  if (entry_t* entry = fullform_lookup(word)) return entry;
-  const char* stripped = strip_xml(word, strip);
-  return stripped != nullptr ? fullform_lookup(stripped) : nullptr;
+int ord(std::string_view s) {
+  if (s.size() < 2 || !is_digit(s[0]) || s.back() != '.') return 0;
+  s.remove_suffix(1);
+  return std::all_of(s.begin(), s.end(), [](char c) { return is_digit(c) || c == ' ' || c == ','; });
+}
+
+int card(std::string_view s) {
+  const auto is_part = [](char c) {
+    return is_digit(c) || std::string_view(" %'+,-./:").find(c) != std::string_view::npos;
+  };
+  return std::all_of(s.begin(), s.end(), is_part) && std::any_of(s.begin(), s.end(), is_digit);
 }
 
 }  // namespace orvelle

@@ -1,12 +1,11 @@
 #include "tagger/candidates.h"
 
+#include <orvelle/word_forms.h>
+
 #include <algorithm>
 #include <cmath>
-
-#include "lexicon/lexicon_section.h"
-#include "lexicon/tagset.h"
-#include "support/word_forms.h"
-#include "wordclass/wordclass.h"
+#include <optional>
+#include <utility>
 
 namespace orvelle {
 
@@ -18,37 +17,40 @@ constexpr double Guess_Weight = 0.2;        // tokens that a guess counts for be
 constexpr double Small_Letter_Share = 0.9;  // of the small form's entry, for a capitalised form without one
 constexpr double Least_Ratio = 1e-3;        // of a tag's probability to that of the most probable tag
 
+}  // namespace
+
+Candidates::Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup,
+                       Warn warn)
+    : tables_(tables),
+      strips_markup_(strips_markup),
+      warn_(warn),
+      guesser_(tables, std::move(rare_words), std::move(warn)),
+      known_(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)),
+      probability_(tables.fullex.A_Priori_Tag_Prob_Fac.size(), 0.0),
+      lemma_(probability_.size(), No_Lemma) {}
+
 // The record that stands in for a word form without an entry, or null. Of the word classes, class 0 is that of the word
 // forms which the transducer does not accept: it says nothing about them, and hides the number entries from a lookup. A
 // number entry that no number of the corpus was counted in lists all tags alike.
-const entrydata_t* stand_in(const char* word, bool strips_markup) {
-  const entry_t* entry = fullform_lookup2(word, strips_markup);
+const entrydata_t* Candidates::stand_in(const char* word, bool strips_markup) const {
+  const entry_t* entry = tables_.fullform_lookup2(word, strips_markup);
   if (entry == nullptr) return nullptr;
-  if (WA != nullptr && entry == &Wordclass_Lexicon[0]) {
-    if (const char* const stripped = strip_xml(word, strips_markup)) return stand_in(stripped, false);
-    if (!ord(word) && !card(word)) return nullptr;
-    entry = &Fullform_Lexicon[ord(word) ? Ordinal_Entry : Cardinal_Entry];
+  if (tables_.word_classes && entry == &tables_.word_classes->Wordclass_Lexicon[0]) {
+    if (const std::optional<std::string> stripped = strip_xml(word, strips_markup))
+      return stand_in(stripped->c_str(), false);
+    entry = tables_.fullex.lexicon.number_entry(word);
+    if (entry == nullptr) return nullptr;
   }
-  const bool is_number =
-      entry == &Fullform_Lexicon[Ordinal_Entry] || entry == &Fullform_Lexicon[Cardinal_Entry];
+  const entry_t* const entries = tables_.fullex.lexicon.Fullform_Lexicon;
+  const bool is_number = entry == &entries[Ordinal_Entry] || entry == &entries[Cardinal_Entry];
   return is_number && entry->data->freq <= 0 ? nullptr : entry->data;
 }
 
-}  // namespace
-
-Candidates::Candidates(bool strips_markup)
-    : strips_markup_(strips_markup),
-      known_(Fullform_Lexicon_Size),
-      probability_(Number_of_Tags, 0.0),
-      lemma_(Number_of_Tags, No_Lemma) {}
-
-bool Candidates::is_known(std::string_view form) { return find_entry(std::string(form).c_str()) != nullptr; }
-
 candidates_t Candidates::of(std::string_view form) {
   word_.assign(form);
-  const entry_t* const entry = find_entry(word_.c_str());
-  if (entry != nullptr) {
-    std::vector<candidate_t>& known = known_[entry - Fullform_Lexicon];
+  const Lexicon& lexicon = tables_.fullex.lexicon;
+  if (const entry_t* const entry = lexicon.find_entry(word_.c_str())) {
+    std::vector<candidate_t>& known = known_[static_cast<size_t>(lexicon.index_of(*entry))];
     if (known.empty()) {
       choose_known(entry->word, *entry);
       known = take_choice();
@@ -90,8 +92,12 @@ void Candidates::choose_unknown(const char* word) {
     add_listed(*data, 1.0);
     return;
   }
-  if (const char* const stripped = strip_xml(word, strips_markup_)) word = stripped;
-  const entry_t* const small = *word != '\0' && is_upper(word) ? find_entry(all_to_lower(word)) : nullptr;
+  const std::optional<std::string> stripped = strip_xml(word, strips_markup_);
+  if (stripped) word = stripped->c_str();
+  const bool utf8 = tables_.UTF8_Processing;
+  const entry_t* const small = *word != '\0' && is_upper(word, utf8, warn_)
+                                   ? tables_.fullex.lexicon.find_entry(all_to_lower(word, utf8, warn_))
+                                   : nullptr;
   if (small != nullptr) add_listed(*small->data, Small_Letter_Share);
   add_guess(word, nullptr, small != nullptr ? 1.0 - Small_Letter_Share : 1.0);
 }
@@ -105,12 +111,13 @@ void Candidates::add_listed(const entrydata_t& data, double share) {
 
 void Candidates::add_guess(const char* word, const entrydata_t* entry, double share) {
   const std::vector<double>& guess = guesser_.guess(word, entry);
-  for (int tag = 0; tag < Number_of_Tags; ++tag) probability_[tag] += share * guess[tag];
+  for (size_t tag = 0; tag < guess.size(); ++tag) probability_[tag] += share * guess[tag];
 }
 
 // Nothing is known, as in a file whose entry lost all its tags: any tag, by its frequency.
 void Candidates::add_any() {
-  for (int tag = 0; tag < Number_of_Tags; ++tag) probability_[tag] = 1.0 / A_Priori_Tag_Prob_Fac[tag];
+  const std::vector<double>& factors = tables_.fullex.A_Priori_Tag_Prob_Fac;
+  for (size_t tag = 0; tag < factors.size(); ++tag) probability_[tag] = 1.0 / factors[tag];
 }
 
 // The best tags by probability, with scores that a decoder can multiply; empties the choice for the next
@@ -122,16 +129,16 @@ std::vector<candidate_t> Candidates::take_choice() {
   for (const double p : probability_)
     if (usable(p)) largest = std::max(largest, p);
   std::vector<candidate_t> best;
-  for (int tag = 0; tag < Number_of_Tags; ++tag)
+  for (size_t tag = 0; tag < probability_.size(); ++tag)
     if (usable(probability_[tag]) && probability_[tag] > largest * Least_Ratio)
-      best.push_back({tag, lemma_[tag], probability_[tag]});
-  if (best.empty()) best.push_back({Sent_Tag, No_Lemma, 1.0});
+      best.push_back({static_cast<int32_t>(tag), lemma_[tag], probability_[tag]});
+  if (best.empty()) best.push_back({tables_.fullex.tagset.Sent_Tag, No_Lemma, 1.0});
   std::sort(best.begin(), best.end(), [](const candidate_t& a, const candidate_t& b) {
     return a.score != b.score ? a.score > b.score : a.tag < b.tag;
   });
   if (best.size() > Most) best.resize(Most);
   for (candidate_t& candidate : best) {
-    const double score = candidate.score / largest * A_Priori_Tag_Prob_Fac[candidate.tag];
+    const double score = candidate.score / largest * tables_.fullex.A_Priori_Tag_Prob_Fac[candidate.tag];
     candidate.score = score > 0.0 && std::isfinite(score) ? score : 1.0;
   }
   best.shrink_to_fit();

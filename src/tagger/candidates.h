@@ -12,6 +12,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -24,18 +25,13 @@ namespace orvelle {
 
 class Candidates {
  public:
-  static constexpr int No_Lemma = -1;
   static constexpr size_t Most = 16;  // for a word form; more cost time and gain nothing
 
-  // Of the loaded parameter file. `strips_markup`: a word form without an entry is taken without the tags in it,
-  // "walk" for "walk<br/>".
-  explicit Candidates(bool strips_markup = false);
+  // `strips_markup` and `warn` are those of tagger_options_t. The tables must outlive the object.
+  Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup, Warn warn);
 
   // At least one, the most probable first. A word form ends at a NUL. Valid until: the next call of trim.
   candidates_t of(std::string_view form);
-
-  // Whether the lexicon lists the word form itself.
-  static bool is_known(std::string_view form);
 
   // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded.
   void trim();
@@ -54,7 +50,11 @@ class Candidates {
   void add_any();
   std::vector<candidate_t> take_choice();
 
+  const entrydata_t* stand_in(const char* word, bool strips_markup) const;
+
+  const Tables& tables_;
   bool strips_markup_;
+  Warn warn_;
   Guesser guesser_;
   std::vector<std::vector<candidate_t>> known_;  // by entry; empty as long as nobody asked
   std::unordered_map<std::string, std::vector<candidate_t>, string_hash_t, std::equal_to<>> unknown_;

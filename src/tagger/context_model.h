@@ -19,11 +19,11 @@ namespace orvelle {
 
 class ContextModel {
  public:
-  // `tag_factors` are A_Priori_Tag_Prob_Fac: they give the floor under the probabilities. Both must outlive
-  // the model.
+  // `tag_factors` are A_Priori_Tag_Prob_Fac: they give the floor under the probabilities. The tree must outlive the
+  // model.
   ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors);
 
-  // How many preceding tags the tests of the tree really look at; at most its context_size. The order of the
+  // How many preceding tags the tests of the tree really look at; at most its Context_Size. The order of the
   // decoding.
   int order() const { return order_; }
 
@@ -71,7 +71,7 @@ class ContextModel {
   int shift_ = 63;
   std::vector<double> overall_;  // share of each tag in the corpus; above 0
   std::vector<int32_t> slots_;   // of order_ + 1 values: the leaf, -1 for an empty slot, and the tags
-  std::vector<int32_t> full_;    // a context of context_size tags, for the walk
+  std::vector<int32_t> full_;    // a context of Context_Size tags, for the walk
 };
 
 }  // namespace orvelle

@@ -10,6 +10,8 @@
 // word, since only the ratios count.
 #pragma once
 
+#include <orvelle/tagger.h>
+
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -18,23 +20,13 @@
 
 namespace orvelle {
 
-struct candidate_t {
-  int32_t tag;
-  int32_t lemma;  // lemma number; -1 if the lexicon has none for it
-  double score;   // in proportion to the probability of the word form given the tag; above 0
-};
-
-// The candidates of a word: at least one, tags distinct.
-using candidates_t = std::span<const candidate_t>;
-
 class Decoder {
  public:
   // Beyond `Max_Exact_Order` preceding tags the decoder follows the `beam` best histories at each word, below
   // it all.
   static constexpr int Max_Exact_Order = 2;
-  static constexpr size_t Default_Beam = 32;
 
-  explicit Decoder(ContextModel& context, size_t beam = Default_Beam) : context_(context), beam_(beam) {}
+  Decoder(ContextModel& context, size_t beam) : context_(context), beam_(beam) {}
 
   // Index of the chosen candidate for each word: the most probable path. `preceding` are the order() tags
   // before the first word. Of paths with the same probability it is always the same one.

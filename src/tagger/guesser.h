@@ -1,5 +1,5 @@
 // What tags a word form may have that the lexicon does not list, or has seen too seldom to know: learned from
-// the rare word forms of the lexicon when a parameter file is loaded.
+// the rare word forms of the lexicon.
 //
 // Rare words are sorted by a 64-bit key, so that all words which share a shape and an ending lie in a row:
 //
@@ -12,62 +12,76 @@
 // step before gave. A second table of beginnings shifts the result a little.
 #pragma once
 
+#include <orvelle/error.h>
+
 #include <cstdint>
-#include <string>
+#include <memory>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
-#include "lexicon/entries.h"
+#include "model/tables.h"
 
 namespace orvelle {
 
-class Guesser {
+// What was learned from the rare words; does not change, so that guessers in several threads share it.
+class RareWords {
  public:
-  // From the loaded lexicon and affix lexicons, which must outlive the guesser. Costs a sort of the rare
-  // entries.
-  Guesser();
-
-  // The distribution over all tags for a word form, by tag number. `entry` is the word form's own record,
-  // which is then left out of account, or null. Valid until: the next call.
-  const std::vector<double>& guess(const char* word, const entrydata_t* entry);
-
-  // The highest frequency of an entry that counts as rare, however large the corpus.
-  static constexpr int Most_Rare_Frequency = 30;
-
- private:
-  struct rare_word_t {
+  struct word_t {
     uint64_t key;
-    int32_t first_pair;  // of its tags in pairs_
-    int32_t pairs;
+    int32_t first_pair;  // of its tags in `pairs`
+    int32_t number_of_pairs;
   };
   struct pair_t {
     int32_t tag;
     float probability;
   };
+
+  // Costs a sort of the rare entries. `warn` hears of word forms that are not UTF-8 though they should be.
+  RareWords(const Tables& tables, const Warn& warn);
+
+  bool is_rare(const entrydata_t& data) const { return data.freq >= 1 && data.freq <= rare_frequency_; }
+
+  std::vector<pair_t> pairs;  // the tags of the rare words side by side: their entries lie scattered
+  std::vector<word_t> endings, beginnings;  // by key
+
+ private:
+  int rare_frequency_;
+};
+
+class Guesser {
+ public:
+  // The tables must outlive the guesser.
+  Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Warn warn);
+
+  // The distribution over all tags for a word form, by tag number. `entry` is the word form's own record,
+  // which is then left out of account, or null. Valid until: the next call.
+  const std::vector<double>& guess(const char* word, const entrydata_t* entry);
+
+ private:
   // The sum of the distributions of the words in a row.
-  using row_t = std::vector<pair_t>;
-  // The words whose keys have the first `bits` bits in common.
+  using row_t = std::vector<RareWords::pair_t>;
   struct Table {
-    std::vector<rare_word_t> words;
+    const std::vector<RareWords::word_t>& words;
     std::unordered_map<uint64_t, row_t> rows;  // long rows that were summed up, by key and bits
   };
+  // The words whose keys have the first `bits` bits in common.
   struct step_t {
-    const rare_word_t* begin;
-    const rare_word_t* end;
+    const RareWords::word_t* begin;
+    const RareWords::word_t* end;
     int bits;
     double count;  // words in the row but the one left out
   };
 
-  bool is_rare(const entrydata_t& data) const { return data.freq >= 1 && data.freq <= rare_frequency_; }
   void add_row(Table& table, const step_t& step, uint64_t key, double weight, std::vector<double>& sum);
   const row_t& summed_row(Table& table, const step_t& step, uint64_t key);
   void descend(Table& table, uint64_t key, const entrydata_t* entry, std::vector<double>& result);
   const std::vector<double>& shape_distribution(uint64_t key);
   void guess_from_trees(const char* word);
 
-  int rare_frequency_;
-  std::vector<pair_t> pairs_;  // the tags of the rare words side by side: their entries lie scattered
+  const Tables& tables_;
+  std::shared_ptr<const RareWords> rare_words_;
+  Warn warn_;
   Table endings_;
   Table beginnings_;
   std::unordered_map<uint64_t, std::vector<double>> shapes_;  // by the shape's byte

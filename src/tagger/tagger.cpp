@@ -1,59 +1,105 @@
-#include "tagger/tagger.h"
+#include <orvelle/tagger.h>
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
-#include "lexicon/lexicon_section.h"
-#include "lexicon/tagset.h"
+#include "model/tables.h"
+#include "tagger/candidates.h"
+#include "tagger/context_model.h"
+#include "tagger/decoder.h"
 
 namespace orvelle {
 
-Tagger::Tagger(Choice choice, size_t beam, bool strips_markup)
-    : candidates_(strips_markup),
-      context_(Context_Tree, A_Priori_Tag_Prob_Fac),
-      decoder_(context_, beam),
-      choice_(choice),
-      preceding_(context_.order(), Sent_Tag) {}
+struct Tagger::Parts {
+  Parts(const Tables& model_tables, const tagger_options_t& given, std::shared_ptr<const RareWords> learned)
+      : tables(model_tables),
+        options(given),
+        rare_words(std::move(learned)),
+        words_candidates(tables, rare_words, options.strips_markup, options.warn),
+        context(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
+        decoder(context, options.beam),
+        preceding(static_cast<size_t>(context.order()), tables.fullex.tagset.Sent_Tag) {}
+  Parts(const Parts&) = delete;
+  Parts& operator=(const Parts&) = delete;
 
-void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {
-  candidates_.trim();
-  words_.clear();
-  for (const std::string_view form : forms) words_.push_back(candidates_.of(form));
-  posterior_starts_.clear();
-  if (with_posteriors || choice_ == Choice::Word) {
-    posteriors_.clear();
-    decoder_.posteriors(words_, preceding_.data(), posteriors_);
+  std::span<const double> posteriors_of(size_t word) const {
+    if (posterior_starts.empty()) return {};
+    return {posteriors.data() + posterior_starts[word], words[word].size()};
+  }
+
+  void find_posteriors() {
+    posteriors.clear();
+    decoder.posteriors(words, preceding.data(), posteriors);
     size_t start = 0;
-    for (const candidates_t& candidates : words_) {
-      posterior_starts_.push_back(start);
+    for (const candidates_t& candidates : words) {
+      posterior_starts.push_back(start);
       start += candidates.size();
     }
   }
-  if (choice_ == Choice::Word)
-    choose_most_probable();
-  else
-    decoder_.best_path(words_, preceding_.data(), chosen_);
-}
 
-std::span<const double> Tagger::posteriors(size_t word) const {
-  if (posterior_starts_.empty()) return {};
-  return {posteriors_.data() + posterior_starts_[word], words_[word].size()};
-}
-
-void Tagger::choose_most_probable() {
-  chosen_.clear();
-  for (size_t i = 0; i < words_.size(); ++i) {
-    const std::span<const double> p = posteriors(i);
-    chosen_.push_back(static_cast<int>(std::max_element(p.begin(), p.end()) - p.begin()));
+  void choose_most_probable() {
+    chosen.clear();
+    for (size_t i = 0; i < words.size(); ++i) {
+      const std::span<const double> p = posteriors_of(i);
+      chosen.push_back(static_cast<int>(std::max_element(p.begin(), p.end()) - p.begin()));
+    }
   }
+
+  const Tables& tables;
+  const tagger_options_t options;
+  const std::shared_ptr<const RareWords> rare_words;
+  Candidates words_candidates;
+  ContextModel context;
+  Decoder decoder;
+  std::vector<int32_t> preceding;  // tags of what was settled, the nearest last
+  std::vector<candidates_t> words;
+  std::vector<int> chosen;
+  std::vector<double> posteriors;
+  std::vector<size_t> posterior_starts;  // by word; empty without posteriors
+};
+
+Tagger::Tagger(const Model& model, const tagger_options_t& options)
+    : parts_(std::make_unique<Parts>(model.tables(), options,
+                                     std::make_shared<const RareWords>(model.tables(), options.warn))) {}
+
+Tagger::Tagger(const Tagger& other)
+    : parts_(
+          std::make_unique<Parts>(other.parts_->tables, other.parts_->options, other.parts_->rare_words)) {}
+
+Tagger::Tagger(Tagger&&) noexcept = default;
+Tagger::~Tagger() = default;
+
+void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {
+  Parts& p = *parts_;
+  p.words_candidates.trim();
+  p.words.clear();
+  for (const std::string_view form : forms) p.words.push_back(p.words_candidates.of(form));
+  p.posterior_starts.clear();
+  const bool by_word = p.options.choice == tagger_options_t::Choice::Word;
+  if (with_posteriors || by_word) p.find_posteriors();
+  if (by_word)
+    p.choose_most_probable();
+  else
+    p.decoder.best_path(p.words, p.preceding.data(), p.chosen);
 }
+
+candidates_t Tagger::candidates(size_t word) const { return parts_->words[word]; }
+
+size_t Tagger::choice(size_t word) const { return static_cast<size_t>(parts_->chosen[word]); }
+
+std::span<const double> Tagger::posteriors(size_t word) const { return parts_->posteriors_of(word); }
 
 void Tagger::settle(size_t words) {
-  for (size_t i = words - std::min(words, preceding_.size()); i < words; ++i) {
-    std::copy(preceding_.begin() + 1, preceding_.end(), preceding_.begin());
-    preceding_.back() = chosen(i).tag;
+  std::vector<int32_t>& preceding = parts_->preceding;
+  for (size_t i = words - std::min(words, preceding.size()); i < words; ++i) {
+    std::copy(preceding.begin() + 1, preceding.end(), preceding.begin());
+    preceding.back() = chosen(i).tag;
   }
 }
 
-void Tagger::end_sentence() { std::fill(preceding_.begin(), preceding_.end(), Sent_Tag); }
+void Tagger::end_sentence() {
+  std::fill(parts_->preceding.begin(), parts_->preceding.end(), parts_->tables.fullex.tagset.Sent_Tag);
+}
 
 }  // namespace orvelle

@@ -1,72 +1,41 @@
-// The word-class transducer: an automaton over bytes, read from a text file, that maps word forms to
-// word-class numbers, and the lexicon of word classes that lookups fall back on while an automaton is loaded.
-//
-// A transducer file is a sequence of triples, separated by any white space. This one puts "a" in class 3, "b"
-// and "ax" in class 4, and every other word form in class 0:
-//
-//   0 a 1              state 0 goes to state 1 on the byte "a"; the start state is 0
-//   0 b 2
-//   1 x 2
-//   2 d 0
-//   1 wordclass 3      state 1 belongs to class 3
-//   2 wordclass 4
-//
-// The states of the transitions never descend, nor do the bytes, as unsigned values, of one state's
-// transitions; of several with the same byte the first counts. A state exists from the first transition of it
-// or of a higher state on: a class may be given only to a state that exists, and a target must exist by the
-// end. No number is negative, nor ahead of the number of triples read so far by more than Max_Number_Lead.
+// The lexicon of word classes: what an automaton makes of the words of a lexicon, for lookups of other word forms.
 #pragma once
 
-#include <cstdio>
+#include <orvelle/automaton.h>
+#include <orvelle/error.h>
+#include <orvelle/tables.h>
+
+#include <memory>
+#include <string_view>
 #include <vector>
 
-#include "lexicon/entries.h"
+#include "lexicon/lexicon.h"
 
 namespace orvelle {
 
-// Keeps a short file with a huge state or class number from asking for gigabytes of memory.
-inline constexpr int Max_Number_Lead = 1 << 22;
-
-class Automaton {
+class WordClasses {
  public:
-  struct Transition {
-    char symbol;  // the input byte
-    int target;   // number of the state reached
-  };
-  struct State {
-    int class_number = 0;                 // word class of a word form that ends here
-    std::vector<Transition> transitions;  // by symbol, not descending as unsigned bytes
-  };
+  // Sums the lexicon up into the automaton's word classes: the tags of a class are those that have more than a
+  // hundredth of the probability of its most probable tag. Each class without any gets a warning. An automaton without
+  // a class is an Error. Requires: tag numbers below `number_of_tags`.
+  WordClasses(Automaton automaton, const Lexicon& lexicon, int number_of_tags, const Warn& warn);
 
-  // Reads a transducer file from the stream's position up to the first triple that is not whole, which need
-  // not be the end; leaves the stream open. A file without a triple gives no states. A file that breaks the
-  // rules above, or has transitions but gives no state a class, ends the run with a message that begins
-  // "Error: in transducer file: "; a failing read with error("Can't read from input file").
-  explicit Automaton(FILE* file);
+  // The slot of a word form's class; null if that has no entry.
+  const entry_t* lookup(std::string_view word) const;
 
-  // Word class of the NUL-terminated word form when its bytes are read from `state`, from 0 to
-  // number_of_classes - 1; 0 if the automaton does not accept it or has no such state. Costs a binary search
-  // for each byte.
-  int wordclass(const char* word, int state) const;
+  Automaton WA;
 
-  std::vector<State> states;  // every target is one of them
-  int number_of_classes = 0;  // one more than the largest class number given to a state
+  // Slot m holds the tag distribution of word class m: a null word, and a null data if no word of the lexicon is in
+  // the class. WA.number_of_classes slots, at least one. Records have no lemmas and the frequency 0. Class 0 is that of
+  // the lexicon words which the automaton does not accept.
+  std::vector<entry_t> Wordclass_Lexicon;
+
+ private:
+  entrydata_t make_record(const std::vector<double>& row);
+
+  std::vector<entrydata_t> records_;  // what the slots point to
+  std::vector<std::unique_ptr<int32_t[]>> numbers_;
+  std::vector<std::unique_ptr<float[]>> probs_;
 };
-
-// Null while no automaton is loaded. Written by read_wordclass alone, as is Wordclass_Lexicon.
-extern Automaton* WA;
-
-// Slot m holds the tag distribution of word class m: a null word, and a null data if no word of the lexicon
-// is in the class. WA->number_of_classes slots, at least one. Of a record only n, tag, prob and freq (0) are
-// set. Class 0 is that of the lexicon words which the automaton does not accept.
-extern entry_t* Wordclass_Lexicon;
-
-// Loads the automaton from the stream, which stays open, and sums the lexicon up into its word classes: the
-// tags of a class are those that have more than a hundredth of the probability of its most probable tag. Each
-// class without any gets a warning on standard error. From then on fullform_lookup answers an unknown word
-// form with its class. Requires: the tagset and a lexicon with its probabilities. Ends the run as the
-// constructor of Automaton does, also for a file without a triple. Valid until: the end of the process, or
-// the next call, which takes the place of this one.
-void read_wordclass(FILE* file);
 
 }  // namespace orvelle

@@ -1,0 +1,60 @@
+# The programs train-orvelle and orvelle, and what they share beyond the library.
+
+# What makes a model: reads the input files, counts, grows and writes.
+add_library(orvelle_training STATIC
+  src/support/line_reader.cpp
+  src/support/string_sort.cpp
+  src/training/affix_trees.cpp
+  src/training/approximate_log.cpp
+  src/training/build_tree.cpp
+  src/training/chain_scores.cpp
+  src/training/chain_search.cpp
+  src/training/chain_tables.cpp
+  src/training/corpus_pass.cpp
+  src/training/equivalence_classes.cpp
+  src/training/lexicon_file.cpp
+  src/training/make_lexicon.cpp
+  src/training/ngram_table.cpp
+  src/training/open_classes.cpp
+  src/training/train.cpp
+  src/training/tree_func.cpp
+)
+target_link_libraries(orvelle_training PUBLIC orvelle_internal)
+
+add_executable(train-orvelle
+  src/commands/heap.cpp
+  src/commands/train_command_line.cpp
+  src/commands/train_orvelle.cpp
+)
+target_link_libraries(train-orvelle PRIVATE orvelle_training)
+
+# The library has the target name orvelle, so the program's target is called orvelle-cli.
+find_package(Threads REQUIRED)
+add_executable(orvelle-cli
+  src/commands/check_command.cpp
+  src/commands/command_line.cpp
+  src/commands/conllu.cpp
+  src/commands/escape.cpp
+  src/commands/evaluate_command.cpp
+  src/commands/evaluation.cpp
+  src/commands/orvelle.cpp
+  src/commands/prepare_command.cpp
+  src/commands/remarks.cpp
+  src/commands/show_command.cpp
+  src/commands/tag_command.cpp
+  src/commands/tagger_options.cpp
+  src/commands/text_io.cpp
+  src/commands/treebank.cpp
+  src/commands/trials.cpp
+  src/commands/tune_command.cpp
+)
+set_target_properties(orvelle-cli PROPERTIES OUTPUT_NAME orvelle)
+target_compile_definitions(orvelle-cli PRIVATE ORVELLE_VERSION="${PROJECT_VERSION}")
+target_link_libraries(orvelle-cli PRIVATE orvelle_training Threads::Threads)
+
+# With their manual pages and the completion.
+if(ORVELLE_INSTALL)
+  install(TARGETS train-orvelle orvelle-cli DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES man/orvelle.1 man/train-orvelle.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES completions/orvelle DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+endif()

@@ -1,0 +1,105 @@
+// How far the tags given agree with those of a gold corpus.
+#pragma once
+
+#include <orvelle/tagger.h>
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace orvelle {
+
+// Words of one kind, and those of them that got the gold tag.
+struct score_t {
+  int64_t words = 0;
+  int64_t right = 0;
+
+  void count(bool is_right) {
+    ++words;
+    right += is_right;
+  }
+  void add(const score_t& other) {
+    words += other.words;
+    right += other.right;
+  }
+  double accuracy() const {
+    return words > 0 ? static_cast<double>(right) / static_cast<double>(words) : 0.0;
+  }
+};
+
+// The counts of one tag, by its name: of the model's tagset or of the corpus.
+struct tag_score_t {
+  int64_t gold = 0;   // words with this gold tag
+  int64_t given = 0;  // words that were given this tag
+  int64_t right = 0;  // both
+
+  double precision() const { return share(right, given); }
+  double recall() const { return share(right, gold); }
+  double f1() const { return share(2 * right, gold + given); }
+
+ private:
+  static double share(int64_t part, int64_t whole) {
+    return whole > 0 ? static_cast<double>(part) / static_cast<double>(whole) : 0.0;
+  }
+};
+
+struct confusion_t {
+  int64_t words = 0;
+  std::vector<std::string> examples;  // distinct word forms, the first that were met
+
+  void add_example(const std::string& form);
+};
+
+struct evaluation_t {
+  score_t all;
+  score_t known;  // the lexicon lists the word form
+  score_t unknown;
+  score_t ambiguous;             // the lexicon lists it with several tags
+  score_t sentences;             // right: every word is; as end_sentence ends them
+  score_t marked_sentences;      // the same, but each ends at a word with the gold tag of sentence ends
+  bool has_empty_lines = false;  // for the reader of the corpus to say
+  std::map<std::string, tag_score_t, std::less<>> tags;
+  std::map<std::pair<std::string, std::string>, confusion_t> confusions;  // by gold tag and given tag
+  std::map<std::string, int64_t, std::less<>>
+      foreign_tags;  // gold tags that the model does not have, and their words
+
+  // What follows in the corpus. A marked sentence must not go on from one part into the next.
+  void add(const evaluation_t& other);
+};
+
+// Compares a gold corpus word by word; holds a piece of a sentence at a time.
+class Evaluator {
+ public:
+  // `details`: also the tags, confusions and foreign tags. The model must outlive the evaluator.
+  Evaluator(const Model& model, Tagger tagger, bool details)
+      : model_(model), tagger_(std::move(tagger)), details_(details) {}
+
+  void add(std::string_view form, std::string_view gold);
+  void end_sentence();
+
+  evaluation_t take_result() { return std::exchange(result_, {}); }
+
+ private:
+  struct token_t {
+    std::string form;
+    std::string gold;
+  };
+  void compare(size_t words);
+  void compare(const token_t& token, std::string_view given);
+  void count_details(const token_t& token, std::string_view given);
+
+  const Model& model_;
+  Tagger tagger_;
+  evaluation_t result_;
+  bool details_;
+  std::vector<token_t> tokens_;
+  std::vector<std::string_view> forms_;
+  size_t words_of_sentence_ = 0;  // compared already
+  bool sentence_is_right_ = true;
+  bool marked_sentence_is_right_ = true;
+};
+
+}  // namespace orvelle

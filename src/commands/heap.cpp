@@ -1,0 +1,43 @@
+#include "commands/heap.h"
+
+#include <cstdint>
+#include <cstdlib>  // says which C library this is
+
+#ifdef __GLIBC__
+#include <malloc.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
+namespace orvelle {
+
+#ifdef __GLIBC__
+
+namespace {
+
+constexpr int Piece_Size = 64 << 20;        // bytes; reserved, but used only as far as it is touched
+constexpr int Own_Mapping_Size = 32 << 20;  // bytes; larger blocks go back to the system when they are freed
+constexpr uintptr_t Huge_Page_Size = 2 << 20;  // bytes
+
+}  // namespace
+
+void take_large_pieces() {
+  mallopt(M_MMAP_THRESHOLD, Own_Mapping_Size);
+  mallopt(M_TRIM_THRESHOLD, Piece_Size);
+  mallopt(M_TOP_PAD, Piece_Size);
+  const auto start = reinterpret_cast<uintptr_t>(sbrk(0));
+  // More than the heap has so far, so that it grows by a piece; volatile, or the compiler drops the pair.
+  void* volatile block = std::malloc(1 << 20);
+  std::free(block);
+  const auto end = reinterpret_cast<uintptr_t>(sbrk(0));
+  const uintptr_t first_page = (start + Huge_Page_Size - 1) / Huge_Page_Size * Huge_Page_Size;
+  if (first_page < end) madvise(reinterpret_cast<void*>(first_page), end - first_page, MADV_HUGEPAGE);
+}
+
+#else
+
+void take_large_pieces() {}
+
+#endif
+
+}  // namespace orvelle

@@ -1,0 +1,33 @@
+// train-orvelle: from a full-form lexicon, a list of open-class tags and a tagged corpus to a parameter file.
+#include <cstdio>
+
+#include "commands/heap.h"
+#include "commands/train_command_line.h"
+#include "support/errors.h"
+#include "training/train.h"
+
+using namespace orvelle;
+
+namespace {
+
+int run(int argc, char* argv[]) {
+  take_large_pieces();
+  const command_line_t line = parse_command_line(argc, argv);
+  const Progress progress = line.Quiet ? Progress() : warn_on_standard_error;
+  if (progress) progress(echo_line(line));
+  TrainingInputs inputs;
+  inputs.lexicon.name = line.Lexicon_File_Name;
+  inputs.open_classes.name = line.Open_Class_File_Name;
+  inputs.corpus.name = line.Input_File_Name;
+  const TrainedModel trained = train(inputs, line.settings, progress);
+  if (progress) progress("\tsaving parameters ...\n");
+  write_parameter_file(line.Output_File_Name, trained, progress);
+  if (progress) progress("\ndone.\n");
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+  return exit_status([&] { return run(argc, argv); });
+}

@@ -1,0 +1,36 @@
+// The tables of a model, by the sections of its parameter file (parameter_file.h).
+#pragma once
+
+#include <orvelle/error.h>
+#include <orvelle/tables.h>
+
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "affix/affix_lexicons.h"
+#include "context/context_tree.h"
+#include "lexicon/fullex.h"
+#include "wordclass/wordclass.h"
+
+namespace orvelle {
+
+struct Tables {
+  int32_t UTF8_Processing = 0;  // 1: word forms are UTF-8, 0: single bytes
+  fullex_t fullex;
+  AffixLexicons affixes;
+  context_tree_t Context_Tree;
+  std::optional<WordClasses> word_classes;  // made from this lexicon; not part of the file
+
+  // The entry of a word form; for one that the lexicon does not list the entry that stands for it: that of its word class
+  // if there are word classes, else the ordinal or the cardinal entry if it looks like such a number; or null.
+  const entry_t* fullform_lookup(std::string_view word) const;
+
+  // The same; if it finds nothing and `strip` is not 0, a second try without the markup in the word.
+  const entry_t* fullform_lookup2(const char* word, int strip) const;
+
+  const char* tag_name(int tag) const { return fullex.tagset.Tag[static_cast<size_t>(tag)]; }
+  const char* lemma(int number) const { return fullex.lemmas.Lemma[static_cast<size_t>(number)]; }
+};
+
+}  // namespace orvelle

@@ -1,0 +1,13 @@
+// Where long work tells how far it has come.
+#pragma once
+
+#include <functional>
+#include <string_view>
+
+namespace orvelle {
+
+// Takes a piece of progress text as it should appear, line ends and carriage returns included; empty for work that
+// should say nothing.
+using Progress = std::function<void(std::string_view text)>;
+
+}  // namespace orvelle

@@ -1,0 +1,315 @@
+// What the first pass keeps, for two lines "saw NN saw VVD see" and "dog NN dog":
+//
+//   words     "saw"  "dog"       line_end   2  3     (pairs up to the end of the line)
+//   pairs     (0,2) (1,3) (0,4)  tag and lemma, numbered as they came: NN 0, VVD 1; @card@ 0, @ord@ 1, saw 2 ...
+//
+// Cost: one hash look-up for each tag and lemma, then three sorts.
+#include "training/lexicon_file.h"
+
+#include <algorithm>
+#include <memory>
+#include <string_view>
+#include <utility>
+
+#include "support/errors.h"
+#include "support/files.h"
+#include "support/line_reader.h"
+#include "support/string_index.h"
+#include "support/string_sort.h"
+#include "support/strings.h"
+
+namespace orvelle {
+
+void LexiconFaults::line(int64_t, const lexicon_line_t&) {}
+
+void LexiconFaults::missing_lemma(int64_t line, const char*) {
+  fail("\nERROR: Missing lemma in line %ld\n", static_cast<long>(line));
+}
+
+void LexiconFaults::no_tags(int64_t, const char* word) {
+  fail("Error: no tags in lexicon for word \"%s\"!\n", word);
+}
+
+void LexiconFaults::too_many_tags(int64_t, const char*) { fail("\nERROR: too many tags !\n"); }
+
+void LexiconFaults::no_sentence_tag(const char* tag) {
+  fail("\nERROR: Sentence punctuation tag \"%s\" is not in lexicon!\n", tag);
+}
+
+void LexiconFaults::tag_twice(int64_t line, const char* word, const char* tag) {
+  fail("\nERROR: Tag \"%s\" replicated in lexicon entry for \"%s\" at line %ld\n", tag, word,
+       static_cast<long>(line));
+}
+
+void LexiconFaults::word_twice(int64_t, int64_t, const char* word) {
+  fail("\nERROR: Two lexicon entries for word form \"%s\"!\n", word);
+}
+
+namespace {
+
+// Distinct strings, numbered in the order in which they come; later renumbered in byte order.
+class StringPool {
+ public:
+  int size() const { return static_cast<int>(strings_.size()); }
+
+  int find(std::string_view text, uint32_t hash) const {
+    return index_.find(text, hash, [this](int i) { return strings_[static_cast<size_t>(i)]; });
+  }
+
+  int add(std::string_view text, uint32_t hash) {
+    strings_.push_back(arena_.add(text));
+    index_.insert(hash, size() - 1);
+    return size() - 1;
+  }
+
+  int number(std::string_view text) {
+    const uint32_t hash = hash_bytes(text);
+    const int known = find(text, hash);
+    return known >= 0 ? known : add(text, hash);
+  }
+
+  // The strings in byte order; `rank` becomes the map from the numbers so far to the places in that order.
+  std::vector<const char*> sorted(std::vector<int>& rank) {
+    index_.clear();
+    std::vector<const char*> result(strings_.size());
+    rank.resize(strings_.size());
+    int place = 0;
+    for (const uint32_t i : sorted_order(strings_)) {
+      result[static_cast<size_t>(place)] = strings_[i];
+      rank[i] = place++;
+    }
+    strings_ = {};
+    return result;
+  }
+
+  // The memory of the strings, for whoever keeps them.
+  StringArena take_arena() { return std::move(arena_); }
+
+ private:
+  StringArena arena_;
+  std::vector<const char*> strings_;
+  StringIndex index_;
+};
+
+struct pair_t {
+  int tag;  // -1: not to be used, after a fault that was passed over
+  int lemma;
+};
+
+// The lines of the file, from the first pass to the third.
+struct lexicon_lines_t {
+  StringPool lemmas;
+  StringArena word_strings;
+  std::vector<const char*> words;
+  std::vector<size_t> line_end;  // parallel to words: index in pairs behind the line's last pair
+  std::vector<pair_t> pairs;
+
+  size_t line_start(size_t i) const { return i == 0 ? 0 : line_end[i - 1]; }
+};
+
+void say(const Progress& progress, std::string_view text) {
+  if (progress) progress(text);
+}
+
+// ---- First pass
+
+class TagReader {
+ public:
+  TagReader(lexicon_lines_t& lines, LexiconFaults& faults) : lines_(lines), faults_(faults) {}
+
+  void read(LineReader& reader) {
+    lexicon_line_t fields;
+    while (next_word_tags_lemmas(reader, fields)) collect_line(fields);
+  }
+
+  StringPool take_tags() { return std::move(tags_); }
+
+ private:
+  // False at the end of the file.
+  bool next_word_tags_lemmas(LineReader& reader, lexicon_line_t& fields) {
+    if (reader.next().data() == nullptr) return false;
+    ++line_;
+    fields.split(reader.terminated());
+    faults_.line(line_, fields);
+    return true;
+  }
+
+  void collect_line(const lexicon_line_t& fields) {
+    if (!fields.pairs.empty() && *fields.pairs.back().lemma == '\0')
+      faults_.missing_lemma(line_, fields.pairs.back().tag);
+    if (fields.pairs.empty()) faults_.no_tags(line_, fields.word);
+    lines_.words.push_back(lines_.word_strings.add(fields.word));
+    for (const auto& [tag, lemma] : fields.pairs)
+      lines_.pairs.push_back({collect_tag(tag), lines_.lemmas.number(lemma)});
+    lines_.line_end.push_back(lines_.pairs.size());
+  }
+
+  int collect_tag(const char* name) {
+    const uint32_t hash = hash_bytes(name);
+    const int known = tags_.find(name, hash);
+    if (known >= 0) return known;
+    if (tags_.size() < Max_Number_of_Tags) return tags_.add(name, hash);
+    faults_.too_many_tags(line_, name);
+    return -1;
+  }
+
+  lexicon_lines_t& lines_;
+  LexiconFaults& faults_;
+  StringPool tags_;
+  int64_t line_ = 0;
+};
+
+Tagset read_tags(LineReader& reader, const std::string& sentence_tag, const Progress& progress,
+                 LexiconFaults& faults, lexicon_lines_t& lines) {
+  say(progress, "\t\treading the tagset ...\n");
+  lines.lemmas.number(Card_Lemma);
+  lines.lemmas.number(Ord_Lemma);
+  TagReader tag_reader(lines, faults);
+  tag_reader.read(reader);
+
+  StringPool pool = tag_reader.take_tags();
+  std::vector<int> rank;
+  std::vector<const char*> names = pool.sorted(rank);
+  for (pair_t& pair : lines.pairs)
+    if (pair.tag >= 0) pair.tag = rank[static_cast<size_t>(pair.tag)];
+  const auto place = std::find_if(names.begin(), names.end(),
+                                  [&](const char* name) { return sentence_tag == name; });
+  const int sent_tag = place != names.end() ? static_cast<int>(place - names.begin()) : -1;
+  if (sent_tag < 0) faults.no_sentence_tag(sentence_tag.c_str());
+  return {std::move(names), sent_tag, pool.take_arena()};
+}
+
+// ---- Second pass
+
+LemmaTable read_lemmas(const Progress& progress, lexicon_lines_t& lines) {
+  say(progress, "\t\treading the lemmas ...\n");
+  std::vector<int> rank;
+  std::vector<const char*> lemmas = lines.lemmas.sorted(rank);
+  for (pair_t& pair : lines.pairs) pair.lemma = rank[static_cast<size_t>(pair.lemma)];
+  return {std::move(lemmas), lines.lemmas.take_arena()};
+}
+
+// ---- Third pass
+
+// Brings every line's pairs into ascending order of their tags, in file order so that the first bad line is reported.
+void sort_pairs(const Tagset& tagset, LexiconFaults& faults, lexicon_lines_t& lines) {
+  for (size_t i = 0; i < lines.words.size(); ++i) {
+    pair_t* first = lines.pairs.data() + lines.line_start(i);
+    pair_t* last = lines.pairs.data() + lines.line_end[i];
+    std::sort(first, last, [](const pair_t& a, const pair_t& b) { return a.tag < b.tag; });
+    for (const pair_t* pair = first; pair != last; ++pair) {
+      if (pair == first || pair->tag < 0 || pair->tag != pair[-1].tag) continue;
+      faults.tag_twice(static_cast<int64_t>(i) + 1, lines.words[i], tagset.Tag[static_cast<size_t>(pair->tag)]);
+    }
+    const auto is_repeated = [](const pair_t& a, const pair_t& b) { return a.tag == b.tag; };
+    for (pair_t* pair = std::unique(first, last, is_repeated); pair != last; ++pair) pair->tag = -1;
+  }
+}
+
+// The lines in byte order of their word forms; of several lines with one word form the first alone.
+std::vector<uint32_t> sorted_lines(const lexicon_lines_t& lines, LexiconFaults& faults) {
+  std::vector<uint32_t> order = sorted_order(lines.words);
+  const auto same = [&](uint32_t a, uint32_t b) { return str_cmp(lines.words[a], lines.words[b]) == 0; };
+  if (std::adjacent_find(order.begin(), order.end(), same) == order.end()) return order;
+  for (auto first = order.begin(); first != order.end();) {
+    const auto last = std::find_if(first, order.end(), [&](uint32_t i) { return !same(*first, i); });
+    std::sort(first, last);
+    for (auto again = first + 1; again != last; ++again)
+      faults.word_twice(int64_t{*again} + 1, int64_t{*first} + 1, lines.words[*again]);
+    first = last;
+  }
+  order.erase(std::unique(order.begin(), order.end(), same), order.end());
+  return order;
+}
+
+// Appends entries; the arrays of all of them lie in three blocks, in the order of the entries.
+class LexiconWriter {
+ public:
+  LexiconWriter(size_t entries, size_t readings) {
+    parts_.words.reserve(entries);
+    parts_.records.reserve(entries);
+    tags_ = parts_.numbers.emplace_back(std::make_unique_for_overwrite<int32_t[]>(readings)).get();
+    lemmas_ = parts_.numbers.emplace_back(std::make_unique_for_overwrite<int32_t[]>(readings)).get();
+    probs_ = parts_.probs.emplace_back(std::make_unique<float[]>(readings)).get();
+  }
+
+  void insert_word(const char* word, const pair_t* first, const pair_t* last) {
+    const size_t start = used_;
+    for (; first != last; ++first) {
+      if (first->tag < 0) continue;
+      tags_[used_] = first->tag;
+      lemmas_[used_++] = first->lemma;
+    }
+    const auto n = static_cast<int32_t>(used_ - start);
+    parts_.words.push_back(word);
+    parts_.records.push_back({n, 0, tags_ + start, probs_ + start, lemmas_ + start});
+  }
+
+  void insert_number_entry(int tags, int lemma) {
+    std::vector<pair_t> pairs;
+    for (int tag = 0; tag < tags; ++tag) pairs.push_back({tag, lemma});
+    insert_word("", pairs.data(), pairs.data() + pairs.size());
+  }
+
+  void finish(StringArena word_strings, TrainingLexicon& lexicon) {
+    parts_.strings = std::move(word_strings);
+    lexicon.tags = tags_;
+    lexicon.lemma_numbers = lemmas_;
+    lexicon.probs = probs_;
+    lexicon.counts.assign(used_, 0);
+    lexicon.lexicon = Lexicon(std::move(parts_));
+  }
+
+ private:
+  lexicon_parts_t parts_;
+  int32_t* tags_;
+  int32_t* lemmas_;
+  float* probs_;
+  size_t used_ = 0;  // readings
+};
+
+void read_words(const Progress& progress, LexiconFaults& faults, lexicon_lines_t lines,
+                TrainingLexicon& lexicon) {
+  say(progress, "\t\treading the entries ...\n");
+  sort_pairs(lexicon.tagset, faults, lines);
+
+  say(progress, "\t\tsorting the lexicon ...\n");
+  const std::vector<uint32_t> order = sorted_lines(lines, faults);
+  const int tags = lexicon.tagset.Number_of_Tags;
+  LexiconWriter writer(order.size() - First_Entry, lines.pairs.size() + 2 * static_cast<size_t>(tags));
+  writer.insert_number_entry(tags, lexicon.lemmas.lemma_number(Card_Lemma));
+  writer.insert_number_entry(tags, lexicon.lemmas.lemma_number(Ord_Lemma));
+  for (const uint32_t i : order)
+    writer.insert_word(lines.words[i], lines.pairs.data() + lines.line_start(i),
+                       lines.pairs.data() + lines.line_end[i]);
+  StringArena word_strings = std::move(lines.word_strings);
+  lines = {};  // before the index of the lexicon takes memory
+  writer.finish(std::move(word_strings), lexicon);
+}
+
+TrainingLexicon read_lexicon(LineReader& reader, const std::string& sentence_tag, const Progress& progress,
+                             LexiconFaults& faults) {
+  say(progress, "\treading the lexicon ...\n");
+  lexicon_lines_t lines;
+  TrainingLexicon lexicon;
+  lexicon.tagset = read_tags(reader, sentence_tag, progress, faults, lines);
+  lexicon.lemmas = read_lemmas(progress, lines);
+  read_words(progress, faults, std::move(lines), lexicon);
+  return lexicon;
+}
+
+}  // namespace
+
+TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag, const Progress& progress,
+                                  LexiconFaults& faults) {
+  const auto open = [](const char* name) {
+    File file(std::fopen(name, "rt"));
+    if (file == nullptr) fail("Can't open lexicon file: %s\n\n", name);
+    return file;
+  };
+  return with_lines(input, open, [&](LineReader reader) {
+    return read_lexicon(reader, sentence_tag, progress, faults);
+  });
+}
+
+}  // namespace orvelle

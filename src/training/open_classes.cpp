@@ -1,0 +1,72 @@
+#include "training/open_classes.h"
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+
+#include "support/errors.h"
+#include "support/files.h"
+
+namespace orvelle {
+
+void OpenClassFaults::unreadable(const char* name) { fail("Can't open open-class file: %s\n\n", name); }
+
+void OpenClassFaults::unknown_name(int64_t, const char* name) { unknown_tag(name); }
+
+namespace {
+
+bool is_space(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// Calls `action(line, name)` for each name; `next_byte()` gives bytes and then EOF. A name ends for the tagset at a NUL.
+template <class NextByte, class Action>
+void for_each_name(NextByte next_byte, Action action) {
+  int64_t line = 1;
+  std::string name;
+  for (int c = next_byte(); c != EOF || !name.empty(); c = next_byte()) {
+    const bool is_end = c == EOF || is_space(c);
+    if (!is_end) name += static_cast<char>(c);
+    if (!name.empty() && (is_end || name.size() == Max_Open_Class_Name)) {
+      action(line, name.c_str());
+      name.clear();
+    }
+    if (c == EOF) break;
+    line += c == '\n';
+  }
+}
+
+}  // namespace
+
+std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,
+                                    OpenClassFaults& faults) {
+  if (progress) progress("\t\treading the open class tags ...\n");
+  std::vector<char> Open_Class(static_cast<size_t>(tagset.Number_of_Tags), 0);
+  const auto take = [&](int64_t line, const char* name) {
+    const int tag = tagset.find_tag(name);
+    if (tag < 0)
+      faults.unknown_name(line, name);
+    else
+      Open_Class[static_cast<size_t>(tag)] = 1;
+  };
+  if (input.text) {
+    std::string_view rest = *input.text;
+    const auto next_byte = [&rest]() -> int {
+      if (rest.empty()) return EOF;
+      const auto byte = static_cast<unsigned char>(rest.front());
+      rest.remove_prefix(1);
+      return byte;
+    };
+    for_each_name(next_byte, take);
+    return Open_Class;
+  }
+  const File file(input.stream == nullptr ? std::fopen(input.name, "rt") : nullptr);
+  FILE* const stream = input.stream != nullptr ? input.stream : file.get();
+  if (stream == nullptr) {
+    faults.unreadable(input.name);
+    return Open_Class;
+  }
+  for_each_name([stream] { return std::getc(stream); }, take);
+  if (std::ferror(stream)) faults.read_error();
+  return Open_Class;
+}
+
+}  // namespace orvelle

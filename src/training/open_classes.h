@@ -1,0 +1,29 @@
+// The open-class file: the tags that a word form missing from the lexicon may have, separated by white space.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "lexicon/tagset.h"
+#include "support/messages.h"
+#include "training/input.h"
+
+namespace orvelle {
+
+inline constexpr int Max_Open_Class_Name = 999;  // bytes; a longer name is read as several
+
+// What is found in an open-class file.
+class OpenClassFaults {
+ public:
+  virtual ~OpenClassFaults() = default;
+
+  virtual void unreadable(const char* name);                   // throws "Can't open open-class file: %s\n\n"
+  virtual void unknown_name(int64_t line, const char* name);   // throws unknown_tag(name)
+  virtual void read_error() {}                                 // the names up to there count
+};
+
+// For each tag number 1 if the file lists the tag, else 0: `Open_Class`.
+std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,
+                                    OpenClassFaults& faults);
+
+}  // namespace orvelle

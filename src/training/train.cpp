@@ -1,0 +1,72 @@
+#include "training/train.h"
+
+#include <memory>
+#include <utility>
+
+#include "model/parameter_file.h"
+#include "model/tables.h"
+#include "training/affix_trees.h"
+#include "training/corpus_pass.h"
+#include "training/equivalence_classes.h"
+#include "training/lexicon_file.h"
+#include "training/make_lexicon.h"
+#include "training/open_classes.h"
+
+namespace orvelle {
+
+namespace {
+
+void say(const Progress& progress, const char* text) {
+  if (progress) progress(text);
+}
+
+}  // namespace
+
+TrainedModel train(const TrainingInputs& inputs, const Settings& settings, const Progress& progress,
+                   const Warn& warn) {
+  LexiconFaults lexicon_faults;
+  OpenClassFaults open_class_faults;
+  CorpusFaults corpus_faults;
+  TrainingLexicon lexicon = read_lexicon_file(inputs.lexicon, settings.SENT_TAG, progress, lexicon_faults);
+  const std::vector<char> Open_Class =
+      read_open_classes(inputs.open_classes, lexicon.tagset, progress, open_class_faults);
+
+  say(progress, "\tcalculating tag frequencies ...\n");
+  CorpusCounts corpus =
+      count_corpus(inputs.corpus, lexicon, settings.Context_Size, progress, corpus_faults);
+  filter_tags(lexicon, settings.Lex_Threshold);
+  set_relative_frequencies(lexicon);
+
+  say(progress, "\tmaking affix tree ...\n");
+  AffixLexicons affixes =
+      make_affix_trees(lexicon.lexicon, lexicon.tagset, Open_Class, settings.Cut_Off_Gain, progress, warn);
+
+  smooth_with_classes(lexicon, settings);
+  lexicon.counts = {};
+  say(progress, "\treading classes ...\n");
+
+  corpus.ngrams.finish(lexicon.tagset.Number_of_Tags);
+  corpus.ngrams.report(progress);
+  GrownTree tree = make_tree(corpus.ngrams, settings, lexicon.tagset.Number_of_Tags, progress);
+  return {settings.UTF8_Processing,
+          {std::move(lexicon.tagset), std::move(lexicon.lemmas), std::move(lexicon.lexicon),
+           tag_factors(corpus.Tag_Freq)},
+          std::move(affixes),
+          std::move(tree)};
+}
+
+void write_parameter_file(const char* name, const TrainedModel& trained, const Progress& progress) {
+  write_parameter_file(name, trained.UTF8_Processing, trained.fullex, trained.affixes,
+                       [&](BinaryOutput& out) { write_tree(trained.tree, out, progress); });
+}
+
+Model make_model(TrainedModel trained) {
+  auto tables = std::make_unique<Tables>();
+  tables->UTF8_Processing = trained.UTF8_Processing;
+  tables->fullex = std::move(trained.fullex);
+  tables->affixes = std::move(trained.affixes);
+  tables->Context_Tree = make_context_tree(trained.tree);
+  return Model(std::move(tables));
+}
+
+}  // namespace orvelle
