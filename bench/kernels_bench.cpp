@@ -8,14 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "context/approximate_log.h"
-#include "context/ngram_table.h"
-#include "context/split_search.h"
-#include "driver/settings.h"
-#include "lexicon/entries.h"
+#include "lexicon/lexicon.h"
 #include "lexicon/tagset.h"
 #include "support/binary_log.h"
 #include "support/line_reader.h"
+#include "training/approximate_log.h"
+#include "training/ngram_table.h"
+#include "training/split_search.h"
 
 using namespace orvelle;
 
@@ -35,21 +34,24 @@ class Skewed {
   std::mt19937_64 random_{7};
 };
 
-// Tagset, lexicon and corpus, made once; the tables of the lexicon borrow the strings.
+// Tagset, lexicon and corpus, made once.
 struct Sample {
   Sample() : tag_names(Tags), words(Words) {
-    for (int i = 0; i < Tags; ++i)
-      tag_names[i] = std::string("T") + std::to_string(1000 + i) + ":Case=Nominative|Number=Singular";
-    for (int i = 0; i < Words; ++i) words[i] = std::string("word") + std::to_string(100'000 + i);
+    StringArena names_arena;
     std::vector<const char*> names;
-    for (const std::string& name : tag_names) names.push_back(name.c_str());
-    define_tagset(names, 0);
-    static entrydata_t number_entry{};
-    lexicon_storage_t lexicon;
-    lexicon.records.resize(Words);
-    lexicon.slots = {{"", &number_entry}, {"", &number_entry}};
-    for (int i = 0; i < Words; ++i) lexicon.slots.push_back({words[i].c_str(), &lexicon.records[i]});
-    define_lexicon(std::move(lexicon));
+    for (int i = 0; i < Tags; ++i) {
+      tag_names[i] = std::string("T") + std::to_string(1000 + i) + ":Case=Nominative|Number=Singular";
+      names.push_back(names_arena.add(tag_names[i]));
+    }
+    tagset = Tagset(names, 0, std::move(names_arena));
+    lexicon_parts_t parts;
+    parts.words = {"", ""};
+    for (int i = 0; i < Words; ++i) {
+      words[i] = std::string("word") + std::to_string(100'000 + i);
+      parts.words.push_back(parts.strings.add(words[i]));
+    }
+    parts.records.resize(parts.words.size());
+    lexicon = Lexicon(std::move(parts));
     Skewed skewed;
     int before = 0;
     for (int i = 0; i < Tokens; ++i) {
@@ -63,6 +65,8 @@ struct Sample {
     const std::string *word, *tag_name;
     int16_t tag;
   };
+  Tagset tagset;
+  Lexicon lexicon;
   std::vector<std::string> tag_names, words;
   std::vector<token_t> tokens;
   std::string lines;  // the corpus file
@@ -94,7 +98,7 @@ BENCHMARK(line_reader);
 void tag_lookup(benchmark::State& state) {
   for (auto _ : state)
     for (const auto& token : sample().tokens)
-      if (find_tag(*token.tag_name) != token.tag) state.SkipWithError("wrong tag");
+      if (sample().tagset.find_tag(*token.tag_name) != token.tag) state.SkipWithError("wrong tag");
   count_tokens(state);
 }
 BENCHMARK(tag_lookup);
@@ -102,7 +106,7 @@ BENCHMARK(tag_lookup);
 void word_lookup(benchmark::State& state) {
   for (auto _ : state)
     for (const auto& token : sample().tokens)
-      if (find_entry(token.word->c_str())->word != token.word->c_str()) state.SkipWithError("wrong entry");
+      if (sample().lexicon.find_entry(*token.word) == nullptr) state.SkipWithError("wrong entry");
   count_tokens(state);
 }
 BENCHMARK(word_lookup);
@@ -110,11 +114,12 @@ BENCHMARK(word_lookup);
 void word_lookup_in_groups(benchmark::State& state) {
   std::vector<std::string_view> texts;
   for (const auto& token : sample().tokens) texts.push_back(*token.word);
-  entry_t* found[Max_Words_At_Once];
+  constexpr size_t Group = Lexicon::Max_Words_At_Once;
+  const entry_t* found[Group];
   for (auto _ : state) {
-    for (size_t i = 0; i < texts.size(); i += Max_Words_At_Once) {
-      const size_t size = std::min(Max_Words_At_Once, texts.size() - i);
-      find_entries(std::span(texts).subspan(i, size), found);
+    for (size_t i = 0; i < texts.size(); i += Group) {
+      const size_t size = std::min(Group, texts.size() - i);
+      sample().lexicon.find_entries(std::span(texts).subspan(i, size), found);
       if (found[size - 1]->word != texts[i + size - 1]) state.SkipWithError("wrong entry");
     }
   }
@@ -123,15 +128,14 @@ void word_lookup_in_groups(benchmark::State& state) {
 BENCHMARK(word_lookup_in_groups);
 
 NGramTable count_sample(int context_size) {
-  NGramTable ngrams(context_size);
+  NGramTable ngrams(context_size, false);
   for (const auto& token : sample().tokens) ngrams.add_line({context_tag_t::Token, token.tag}, "w\tt\n");
-  ngrams.finish();
+  ngrams.finish(Tags);
   return ngrams;
 }
 
 // The argument is the number of preceding tags.
 void ngram_counting(benchmark::State& state) {
-  Quiet = 1;
   sample();
   size_t distinct = 0;
   for (auto _ : state) distinct = count_sample(static_cast<int>(state.range(0))).size();
@@ -173,7 +177,7 @@ chain_start_t root_of(const NGramTable& ngrams) {
 void node_tables(benchmark::State& state) {
   const NGramTable ngrams = count_sample(2);
   const chain_start_t root = root_of(ngrams);
-  SplitSearch search(ngrams);
+  SplitSearch search(ngrams, {1.0, 0.5, Tags});
   for (auto _ : state) search.start_chain(root);
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(2 * ngrams.size()));
 }
@@ -181,7 +185,7 @@ BENCHMARK(node_tables);
 
 void node_scores(benchmark::State& state) {
   const NGramTable ngrams = count_sample(2);
-  SplitSearch search(ngrams);
+  SplitSearch search(ngrams, {1.0, 0.5, Tags});
   search.start_chain(root_of(ngrams));
   split_t split{};
   for (auto _ : state)

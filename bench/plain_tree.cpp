@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <numeric>
 
-#include "driver/settings.h"
-#include "lexicon/tagset.h"
 #include "support/binary_log.h"
 
 namespace orvelle::plain {
@@ -28,28 +26,32 @@ struct best_t {
 
 class Grower {
  public:
-  explicit Grower(const NGramTable& ngrams) : ngrams_(ngrams), used_(Context_Size, 0) {}
+  Grower(const NGramTable& ngrams, const Settings& settings, int number_of_tags)
+      : ngrams_(ngrams),
+        settings_(settings),
+        tagset_size_(number_of_tags),
+        used_(static_cast<size_t>(settings.Context_Size), 0) {}
 
   std::unique_ptr<node_t> grow() {
     std::vector<uint32_t> all(ngrams_.size());
     std::iota(all.begin(), all.end(), 0u);
     auto root = std::make_unique<node_t>();
-    std::vector<uint32_t> f(Number_of_Tags, 0);
+    std::vector<uint32_t> f(tagset_size_, 0);
     for (const uint32_t i : all) f[predicted(i)] += ngrams_.count(i);
     for (const uint32_t count : f) root->freq += count;
     const auto tags =
         static_cast<double>(std::count_if(f.begin(), f.end(), [](uint32_t n) { return n > 0; }));
-    const double w = Smoothing_Weight * tags, n = root->freq;
+    const double w = settings_.Smoothing_Weight * tags, n = root->freq;
     root->prob.resize(f.size());
-    for (size_t k = 0; k < f.size(); ++k) root->prob[k] = (w / Number_of_Tags + f[k]) / (w + n);
+    for (size_t k = 0; k < f.size(); ++k) root->prob[k] = (w / tagset_size_ + f[k]) / (w + n);
     for (size_t k = 0; k < f.size(); ++k)
       if (f[k] > 0) root->entropy -= ld(root->prob[k]) * f[k] / n;
-    grow_subtree(*root, *root, std::move(all), Context_Size - 1);
+    grow_subtree(*root, *root, std::move(all), settings_.Context_Size - 1);
     return root;
   }
 
  private:
-  int predicted(uint32_t ngram) const { return ngrams_.tags(ngram)[Context_Size]; }
+  int predicted(uint32_t ngram) const { return ngrams_.tags(ngram)[settings_.Context_Size]; }
 
   void grow_subtree(node_t& node, const node_t& prior, std::vector<uint32_t> list, int lowest) {
     const best_t best = find_best(prior, list, lowest);
@@ -57,7 +59,7 @@ class Grower {
     const double n = node.freq;
     const double gain =
         ld(n) * ((node.entropy - best.yes.freq * best.yes.entropy / n) - best.no.freq * best.no.entropy / n);
-    if (Min_Info_Gain > gain) return;
+    if (settings_.Min_Info_Gain > gain) return;
     // A stable partition: the predicted tags stay in ascending order.
     const auto is_yes = [&](uint32_t i) { return ngrams_.tags(i)[best.position] == best.tag; };
     const auto middle = std::stable_partition(list.begin(), list.end(), is_yes);
@@ -79,10 +81,10 @@ class Grower {
     auto child = std::make_unique<node_t>();
     child->freq = side.freq;
     child->entropy = side.entropy;
-    std::vector<uint32_t> f(Number_of_Tags, 0);
+    std::vector<uint32_t> f(tagset_size_, 0);
     for (const uint32_t i : list) f[predicted(i)] += ngrams_.count(i);
     const auto tags = static_cast<int>(std::count_if(f.begin(), f.end(), [](uint32_t n) { return n > 0; }));
-    const double w = tags * Smoothing_Weight, reciprocal = 1.0 / (w + side.freq);
+    const double w = tags * settings_.Smoothing_Weight, reciprocal = 1.0 / (w + side.freq);
     child->prob.resize(f.size());
     for (size_t k = 0; k < f.size(); ++k) child->prob[k] = (prior.prob[k] * w + f[k]) * reciprocal;
     return child;
@@ -104,7 +106,7 @@ class Grower {
     for (const int k : tags_) prior_.push_back(prior.prob[k]);
     total_.assign(tags_.size(), 0);
     for (const uint32_t i : list) total_[place_of(predicted(i))] += ngrams_.count(i);
-    for (int position = Context_Size - 1; position >= lowest; --position)
+    for (int position = settings_.Context_Size - 1; position >= lowest; --position)
       if (!used_[position]) try_position(list, position, best);
     return best;
   }
@@ -121,7 +123,7 @@ class Grower {
     std::sort(sorted.begin(), sorted.end(), [&](uint32_t a, uint32_t b) { return tag_at(a) < tag_at(b); });
     bool absent_tried = false;
     size_t next = 0;
-    for (int tag = 0; tag < Number_of_Tags; ++tag) {
+    for (int tag = 0; tag < tagset_size_; ++tag) {
       const size_t first = next;
       while (next < sorted.size() && tag_at(sorted[next]) == tag) ++next;
       if (first == next && absent_tried) continue;
@@ -148,7 +150,7 @@ class Grower {
     side.freq = 0;
     int tags = 0;
     for (const uint32_t count : side.count) side.freq += count, tags += count > 0;
-    const double w = tags * Smoothing_Weight, n = side.freq, reciprocal = 1.0 / ((n - 1.0) + w);
+    const double w = tags * settings_.Smoothing_Weight, n = side.freq, reciprocal = 1.0 / ((n - 1.0) + w);
     side.entropy = 0.0;
     for (size_t k = 0; k < side.count.size(); ++k) {
       const double f = side.count[k];
@@ -157,6 +159,8 @@ class Grower {
   }
 
   const NGramTable& ngrams_;
+  const Settings& settings_;
+  const int tagset_size_;
   std::vector<char> used_;  // positions answered with yes on the way from the root
   // The node that is being tested: its tags, and parallel to them their prior probabilities and occurrences.
   std::vector<int> tags_;
@@ -165,38 +169,37 @@ class Grower {
   side_t yes_, no_;
 };
 
-void put(const auto& value, FILE* file) { std::fwrite(&value, sizeof value, 1, file); }
-
-void write_subtree(const node_t& node, FILE* file) {
-  put(int32_t{!node.yes}, file);
+void write_subtree(const node_t& node, BinaryOutput& out) {
+  out.value(int32_t{!node.yes});
   if (node.yes) {
-    put(node.context_pos, file);
-    put(node.tag, file);
-    write_subtree(*node.yes, file);
-    return write_subtree(*node.no, file);
+    out.value(node.context_pos);
+    out.value(node.tag);
+    write_subtree(*node.yes, out);
+    return write_subtree(*node.no, out);
   }
-  put(static_cast<int32_t>(
-          std::count_if(node.prob.begin(), node.prob.end(), [](double p) { return p > 0.0; })),
-      file);
-  put(node.freq, file);
-  for (int32_t k = 0; k < Number_of_Tags; ++k) {
+  out.value(static_cast<int32_t>(
+      std::count_if(node.prob.begin(), node.prob.end(), [](double p) { return p > 0.0; })));
+  out.value(node.freq);
+  for (size_t k = 0; k < node.prob.size(); ++k) {
     if (!(node.prob[k] > 0.0)) continue;
-    put(k, file);
-    put(node.prob[k], file);
+    out.value(static_cast<int32_t>(k));
+    out.value(node.prob[k]);
   }
 }
 
 }  // namespace
 
-std::unique_ptr<node_t> grow(const NGramTable& ngrams) { return Grower(ngrams).grow(); }
+std::unique_ptr<node_t> grow(const NGramTable& ngrams, const Settings& settings, int number_of_tags) {
+  return Grower(ngrams, settings, number_of_tags).grow();
+}
 
 long count_nodes(const node_t& root) {
   return root.yes ? 1 + count_nodes(*root.yes) + count_nodes(*root.no) : 1;
 }
 
-void write(const node_t& root, FILE* file) {
-  put(Context_Size, file);
-  write_subtree(root, file);
+void write(const node_t& root, int context_size, BinaryOutput& out) {
+  out.value(int32_t{context_size});
+  write_subtree(root, out);
 }
 
 }  // namespace orvelle::plain

@@ -5,11 +5,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <vector>
 
-#include "context/ngram_table.h"
+#include "support/binary_output.h"
+#include "training/ngram_table.h"
+#include "training/settings.h"
 
 namespace orvelle::plain {
 
@@ -21,12 +22,12 @@ struct node_t {
   std::unique_ptr<node_t> yes, no;
 };
 
-// Grows the tree with the settings in force. Requires: a finished table.
-std::unique_ptr<node_t> grow(const NGramTable& ngrams);
+// Grows the tree. Requires: a finished table.
+std::unique_ptr<node_t> grow(const NGramTable& ngrams, const Settings& settings, int number_of_tags);
 
 long count_nodes(const node_t& root);
 
 // Writes the section of the parameter file.
-void write(const node_t& root, FILE* file);
+void write(const node_t& root, int context_size, BinaryOutput& out);
 
 }  // namespace orvelle::plain

@@ -479,7 +479,8 @@ class CorpusFindings : public CorpusFaults {
   // A line that stops the training.
   void take_fault(int64_t line, std::string_view text, line_kind_t kind, int tag, context_tag_t context) {
     const bool is_empty = kind == line_kind_t::Nothing;
-    if ((text.ends_with("\r\n") || text.ends_with('\r')) && (tag >= 0 || is_empty))
+    const bool is_cut = text.size() == Max_Line_Length && !text.ends_with('\n');  // its line goes on
+    if ((text.ends_with("\r\n") || text.ends_with('\r')) && !is_cut && (tag >= 0 || is_empty))
       return report_.add(Corpus_Carriage_Return, line, "CR LF: the carriage return becomes part of the tag");
     if (is_empty) return report_.add(Corpus_Blank_Line, line, "neither empty nor a token");
     std::string copy(text);

@@ -104,6 +104,14 @@ class Parser {
 
 }  // namespace
 
+TrainingInputs command_line_t::inputs() const {
+  TrainingInputs inputs;
+  inputs.lexicon.name = Lexicon_File_Name;
+  inputs.open_classes.name = Open_Class_File_Name;
+  inputs.corpus.name = Input_File_Name;
+  return inputs;
+}
+
 command_line_t parse_command_line(int argc, char* argv[]) { return Parser().parse(argc, argv); }
 
 std::string echo_line(const command_line_t& line) {

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "training/input.h"
 #include "training/settings.h"
 
 namespace orvelle {
@@ -15,6 +16,8 @@ struct command_line_t {
   const char* Open_Class_File_Name = nullptr;
   const char* Input_File_Name = nullptr;  // the tagged corpus
   const char* Output_File_Name = nullptr;
+
+  TrainingInputs inputs() const;
 };
 
 // Reads the arguments. A command line that is not right is an Error with a message where there is one to give, and the

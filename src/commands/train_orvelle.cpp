@@ -15,11 +15,7 @@ int run(int argc, char* argv[]) {
   const command_line_t line = parse_command_line(argc, argv);
   const Progress progress = line.Quiet ? Progress() : warn_on_standard_error;
   if (progress) progress(echo_line(line));
-  TrainingInputs inputs;
-  inputs.lexicon.name = line.Lexicon_File_Name;
-  inputs.open_classes.name = line.Open_Class_File_Name;
-  inputs.corpus.name = line.Input_File_Name;
-  const TrainedModel trained = train(inputs, line.settings, progress);
+  const TrainedModel trained = train(line.inputs(), line.settings, progress);
   if (progress) progress("\tsaving parameters ...\n");
   write_parameter_file(line.Output_File_Name, trained, progress);
   if (progress) progress("\ndone.\n");

@@ -17,7 +17,7 @@ BinaryOutput::BinaryOutput(const char* name)
 void BinaryOutput::bytes(const void* data, size_t size) {
   if (size == 0) return;
   if (size > Buffer_Size) {
-    write_buffer();
+    flush();
     write(data, size);
     return;
   }
@@ -26,11 +26,11 @@ void BinaryOutput::bytes(const void* data, size_t size) {
 
 // What the system still held back may be what does not fit.
 void BinaryOutput::close() {
-  write_buffer();
+  flush();
   if (std::fclose(file_.release()) != 0) cannot_write();
 }
 
-void BinaryOutput::write_buffer() {
+void BinaryOutput::flush() {
   write(buffer_.get(), used_);
   used_ = 0;
 }

@@ -26,7 +26,7 @@ class BinaryOutput {
   template <class T>
   void value(T x) {
     static_assert(std::is_arithmetic_v<T>);
-    if (Buffer_Size - used_ < sizeof x) write_buffer();
+    if (Buffer_Size - used_ < sizeof x) flush();
     std::memcpy(buffer_.get() + used_, &x, sizeof x);
     used_ += sizeof x;
   }
@@ -45,16 +45,16 @@ class BinaryOutput {
   // `size` bytes of the buffer for the caller to fill at once. Requires: size is at most Buffer_Size.
   static constexpr size_t Buffer_Size = 1 << 16;  // bytes; stays in the first two levels of cache
   char* place(size_t size) {
-    if (Buffer_Size - used_ < size) write_buffer();
+    if (Buffer_Size - used_ < size) flush();
     char* start = buffer_.get() + used_;
     used_ += size;
     return start;
   }
 
+  void flush();  // writes what was collected
   void close();
 
  private:
-  void write_buffer();
   void write(const void* data, size_t size);
 
   File file_;

@@ -193,16 +193,20 @@ LemmaTable read_lemmas(const Progress& progress, lexicon_lines_t& lines) {
 
 // Brings every line's pairs into ascending order of their tags, in file order so that the first bad line is reported.
 void sort_pairs(const Tagset& tagset, LexiconFaults& faults, lexicon_lines_t& lines) {
+  const auto is_repeated = [](const pair_t& a, const pair_t& b) { return a.tag == b.tag; };
   for (size_t i = 0; i < lines.words.size(); ++i) {
     pair_t* first = lines.pairs.data() + lines.line_start(i);
     pair_t* last = lines.pairs.data() + lines.line_end[i];
     std::sort(first, last, [](const pair_t& a, const pair_t& b) { return a.tag < b.tag; });
-    for (const pair_t* pair = first; pair != last; ++pair) {
-      if (pair == first || pair->tag < 0 || pair->tag != pair[-1].tag) continue;
-      faults.tag_twice(static_cast<int64_t>(i) + 1, lines.words[i], tagset.Tag[static_cast<size_t>(pair->tag)]);
+    pair_t* pair = std::adjacent_find(first, last, is_repeated);
+    if (pair == last) continue;
+    for (; pair != last; pair = std::adjacent_find(pair, last, is_repeated)) {
+      const int tag = pair->tag;
+      if (tag >= 0)
+        faults.tag_twice(static_cast<int64_t>(i) + 1, lines.words[i], tagset.Tag[static_cast<size_t>(tag)]);
+      pair = std::find_if(pair, last, [tag](const pair_t& other) { return other.tag != tag; });
     }
-    const auto is_repeated = [](const pair_t& a, const pair_t& b) { return a.tag == b.tag; };
-    for (pair_t* pair = std::unique(first, last, is_repeated); pair != last; ++pair) pair->tag = -1;
+    for (pair = std::unique(first, last, is_repeated); pair != last; ++pair) pair->tag = -1;
   }
 }
 
