@@ -2,7 +2,6 @@
 
 #include <array>
 #include <numeric>
-#include <sstream>
 #include <unordered_map>
 
 #include "commands/escape.h"
@@ -12,6 +11,7 @@
 #include "support/line_reader.h"
 #include "training/corpus_pass.h"
 #include "training/lexicon_line.h"
+#include "training/open_classes.h"
 #include "training/train.h"
 
 namespace orvelle {
@@ -90,9 +90,9 @@ Folds::Folds(const char* lexicon, const char* open_classes, const char* corpus, 
   deal_out(seed);
   make_lexicons();
   for (fold_t& fold : folds_) {
-    std::istringstream words(open_class_text);
-    for (std::string tag; words >> tag;)
+    for_each_open_class(open_class_text, [&fold](int64_t, const char* tag) {
       if (fold.tags.contains(tag)) (fold.open_classes += tag) += '\n';
+    });
   }
 }
 

@@ -30,6 +30,7 @@ std::string_view LineReader::next_piece() {
     if (at_end_) return line_ = {};
     fill();
   }
+  if (observer_ != nullptr) observer_->piece(line_);
   return line_;
 }
 
@@ -41,7 +42,6 @@ bool LineReader::take_piece() {
   char* start = next_;
   next_ = newline != nullptr ? static_cast<char*>(const_cast<void*>(newline)) + 1 : start + window;
   line_ = {start, static_cast<size_t>(next_ - start)};
-  if (observer_ != nullptr) observer_->piece(line_);
   return true;
 }
 
@@ -49,6 +49,7 @@ size_t LineReader::next_lines(std::span<std::string_view> lines) {
   lines[0] = next();
   if (lines[0].data() == nullptr) return 0;
   size_t count = 1;
+  if (observer_ != nullptr) return count;  // which sees what next_piece takes
   for (; count < lines.size() && take_piece(); ++count) lines[count] = up_to_nul(line_);
   return count;
 }

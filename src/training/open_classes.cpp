@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <string>
-#include <string_view>
 
 #include "support/errors.h"
 #include "support/files.h"
@@ -17,7 +16,7 @@ namespace {
 
 bool is_space(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
-// Calls `action(line, name)` for each name; `next_byte()` gives bytes and then EOF. A name ends for the tagset at a NUL.
+// Calls `action(line, name)` for each name; `next_byte()` gives bytes and then EOF.
 template <class NextByte, class Action>
 void for_each_name(NextByte next_byte, Action action) {
   int64_t line = 1;
@@ -36,6 +35,16 @@ void for_each_name(NextByte next_byte, Action action) {
 
 }  // namespace
 
+void for_each_open_class(std::string_view text, const std::function<void(int64_t, const char*)>& action) {
+  const auto next_byte = [&text]() -> int {
+    if (text.empty()) return EOF;
+    const auto byte = static_cast<unsigned char>(text.front());
+    text.remove_prefix(1);
+    return byte;
+  };
+  for_each_name(next_byte, action);
+}
+
 std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,
                                     OpenClassFaults& faults) {
   if (progress) progress("\t\treading the open class tags ...\n");
@@ -48,14 +57,7 @@ std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, co
       Open_Class[static_cast<size_t>(tag)] = 1;
   };
   if (input.text) {
-    std::string_view rest = *input.text;
-    const auto next_byte = [&rest]() -> int {
-      if (rest.empty()) return EOF;
-      const auto byte = static_cast<unsigned char>(rest.front());
-      rest.remove_prefix(1);
-      return byte;
-    };
-    for_each_name(next_byte, take);
+    for_each_open_class(*input.text, take);
     return Open_Class;
   }
   const File file(input.stream == nullptr ? std::fopen(input.name, "rt") : nullptr);
