@@ -47,9 +47,9 @@ const entrydata_t* Candidates::stand_in(const char* word, bool strips_markup) co
 }
 
 candidates_t Candidates::of(std::string_view form) {
-  word_.assign(form);
+  form = form.substr(0, form.find('\0'));
   const Lexicon& lexicon = tables_.fullex.lexicon;
-  if (const entry_t* const entry = lexicon.find_entry(word_.c_str())) {
+  if (const entry_t* const entry = lexicon.find_entry(form)) {
     std::vector<candidate_t>& known = known_[static_cast<size_t>(lexicon.index_of(*entry))];
     if (known.empty()) {
       choose_known(entry->word, *entry);
@@ -59,7 +59,7 @@ candidates_t Candidates::of(std::string_view form) {
   }
   const auto place = unknown_.find(form);
   if (place != unknown_.end()) return place->second;
-  choose_unknown(word_.c_str());
+  choose_unknown(std::string(form).c_str());
   const auto added = unknown_.emplace(form, take_choice()).first;
   remembered_ += form.size() + added->second.size() * sizeof(candidate_t) + 128;
   return added->second;

@@ -59,7 +59,6 @@ class Candidates {
   std::vector<std::vector<candidate_t>> known_;  // by entry; empty as long as nobody asked
   std::unordered_map<std::string, std::vector<candidate_t>, string_hash_t, std::equal_to<>> unknown_;
   size_t remembered_ = 0;            // bytes of unknown_, about
-  std::string word_;                 // the form with a NUL behind it
   std::vector<double> probability_;  // by tag
   std::vector<int32_t> lemma_;       // by tag
 };
