@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <cstdio>
+#include <exception>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -51,7 +52,7 @@ int main(int argc, char** argv) try {
   for (unsigned i = 0; i < 4; ++i) threads.emplace_back(work);
   for (std::thread& thread : threads) thread.join();
   std::printf("%zu of %zu words get different tags\n", different.load(), words.load());
-} catch (const orvelle::Error& failure) {
+} catch (const std::exception& failure) {  // orvelle::Error among them
   std::fputs(failure.what(), stderr);
   return 1;
 }

@@ -3,6 +3,7 @@
 #include <orvelle/orvelle.h>
 
 #include <cstdio>
+#include <exception>
 
 int main(int argc, char** argv) try {
   if (argc < 3) {
@@ -23,7 +24,7 @@ int main(int argc, char** argv) try {
         std::printf("\t%s\t%.4f\t(guessed)\n", model.Tag(leaf->tagprob[k].tag), leaf->tagprob[k].prob);
     }
   }
-} catch (const orvelle::Error& failure) {
+} catch (const std::exception& failure) {  // orvelle::Error among them
   std::fputs(failure.what(), stderr);
   return 1;
 }

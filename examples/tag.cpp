@@ -2,6 +2,7 @@
 #include <orvelle/orvelle.h>
 
 #include <cstdio>
+#include <exception>
 #include <string_view>
 #include <vector>
 
@@ -20,7 +21,7 @@ int main(int argc, char** argv) try {
     const double probability = tagger.posteriors(i)[tagger.choice(i)];
     std::printf("%s\t%s\t%s\t%.4f\n", argv[i + 2], model.Tag(chosen.tag), lemma, probability);
   }
-} catch (const orvelle::Error& failure) {
+} catch (const std::exception& failure) {  // orvelle::Error among them
   std::fputs(failure.what(), stderr);
   return 1;
 }

@@ -1,16 +1,14 @@
-// A small parameter file whose values a test can change before its bytes are made, and a loader in a child
-// process.
+// A small parameter file whose values a test can change before its bytes, or a model of it, are made.
 #pragma once
 
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include <orvelle/model.h>
 
-#include <cstdlib>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "affix/affix_nodes.h"
+#include "test_support.h"
 
 namespace orvelle {
 
@@ -22,17 +20,21 @@ struct sample_entry_t {
   std::vector<int32_t> lemmas;
 };
 
+// An entry whose lemmas are all number 0.
+inline sample_entry_t sample_entry(std::string word, const std::vector<std::pair<int, float>>& readings,
+                                   int32_t freq = 0) {
+  sample_entry_t entry{std::move(word), freq, {}, {}, std::vector<int32_t>(readings.size())};
+  for (const auto& [tag, prob] : readings) entry.tags.push_back(tag), entry.probs.push_back(prob);
+  return entry;
+}
+
 struct sample_tree_t {
   std::vector<ANODE> nodes;
   std::vector<tagprob_t> pairs;
 };
 
-// Bytes of values one behind the other.
-template <class... Values>
-std::string raw(Values... values) {
-  std::string text;
-  (text.append(reinterpret_cast<const char*>(&values), sizeof values), ...);
-  return text;
+inline Model model_of(std::string_view content) {
+  return read_parameter_file(std::as_bytes(std::span(content)));
 }
 
 struct sample_file_t {
@@ -55,10 +57,18 @@ struct sample_file_t {
   std::string nodes = raw(0, 1, 1) + raw(0, 0, 2) + raw(1, 1, 7u, 0, 1.0) + raw(1, 0, 8u) +
                       raw(1, 3, 9u, 0, .25, 1, .25, 2, .5);
 
+  // Puts these words, in byte order, in the place of those that the file had.
+  void set_words(std::vector<sample_entry_t> words) {
+    entries.resize(2);
+    for (sample_entry_t& word : words) entries.push_back(std::move(word));
+  }
+
   std::string bytes() const {
     return raw(mark, utf8, sent_tag) + strings(tags) + strings(lemmas) + lexicon() + tree(prefix, true) +
            tree(suffix, true) + tree(open_class, false) + raw(context_size) + nodes;
   }
+
+  Model model() const { return model_of(bytes()); }
 
  private:
   template <class Values>
@@ -86,39 +96,5 @@ struct sample_file_t {
     return text;
   }
 };
-
-struct outcome_t {
-  int status;        // exit status, or the negative number of the signal that ended the child
-  std::string text;  // what it wrote to standard error
-};
-
-// Runs `action` in a child process with little memory and time. A fork without more is several times faster
-// than a death test, and a thousand damaged files take a second.
-template <class Action>
-outcome_t run_in_child(Action action) {
-  int ends[2];
-  if (pipe(ends) != 0) std::abort();
-  const pid_t child = fork();
-  if (child == 0) {
-    on_exit([](int status, void*) { _exit(status); }, nullptr);  // the parent's streams are not flushed
-    dup2(ends[1], STDERR_FILENO);
-    alarm(30);
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__clang__)  // the sanitizer maps terabytes
-    const rlimit memory{1 << 28, 1 << 28};
-    setrlimit(RLIMIT_AS, &memory);
-#endif
-    action();
-    _exit(0);
-  }
-  close(ends[1]);
-  outcome_t outcome{};
-  char piece[4096];
-  for (ssize_t n; (n = read(ends[0], piece, sizeof piece)) > 0;) outcome.text.append(piece, n);
-  close(ends[0]);
-  int status = 0;
-  waitpid(child, &status, 0);
-  outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-  return outcome;
-}
 
 }  // namespace orvelle

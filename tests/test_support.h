@@ -1,7 +1,8 @@
-// What the tests share: files that come from bytes and go away again, and checks of the fatal exits.
+// What the tests share: files that come from bytes and go away again, and checks of what is thrown.
 #pragma once
 
 #include <gtest/gtest.h>
+#include <orvelle/error.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -15,10 +16,8 @@
 
 namespace orvelle {
 
-// The statement ends the process with status 1 and writes exactly `text` to standard error. The statement
-// runs in a child process, so nothing of it is seen afterwards.
-#define EXPECT_FATAL(statement, text) \
-  EXPECT_EXIT(statement, testing::ExitedWithCode(1), testing::Eq(std::string(text)))
+// The statement throws an Error whose text is exactly `text`.
+#define EXPECT_FATAL(statement, text) EXPECT_EQ(orvelle::error_of([&] { statement; }), std::string(text))
 
 // The same, where the text is that of error(message).
 #define EXPECT_ERROR(statement, message) EXPECT_FATAL(statement, orvelle::error_text(message))
@@ -27,10 +26,40 @@ inline std::string error_text(std::string_view message) {
   return std::string("\nERROR: ").append(message).append("\naborted.\n");
 }
 
+// The text of the Error that `action` throws.
+template <class Action>
+std::string error_of(Action action) {
+  try {
+    action();
+  } catch (const Error& failure) {
+    return failure.what();
+  }
+  return "(no error)";
+}
+
+// Collects warnings or progress in a string.
+inline auto into(std::string& text) {
+  return [&text](std::string_view piece) { text += piece; };
+}
+
 // Bytes from a string literal, NULs inside it included, without the one that ends it.
 template <size_t N>
 std::string bytes(const char (&literal)[N]) {
   return std::string(literal, N - 1);
+}
+
+// Bytes of values one behind the other.
+template <class... Values>
+std::string raw(Values... values) {
+  std::string text;
+  (text.append(reinterpret_cast<const char*>(&values), sizeof values), ...);
+  return text;
+}
+
+inline std::string times(int n, std::string_view line) {
+  std::string text;
+  while (n-- > 0) text += line;
+  return text;
 }
 
 inline std::string read_file(const std::string& path) {
@@ -73,24 +102,8 @@ class ByteStream {
   }
   operator FILE*() const { return file_.get(); }
 
-  // All bytes of the stream, from its start.
-  std::string content() const {
-    std::rewind(file_.get());
-    std::string text;
-    for (int c; (c = std::getc(file_.get())) != EOF;) text += static_cast<char>(c);
-    return text;
-  }
-
  private:
   std::unique_ptr<FILE, int (*)(FILE*)> file_;
 };
-
-// What `action` writes to standard error.
-template <class Action>
-std::string stderr_of(Action action) {
-  testing::internal::CaptureStderr();
-  action();
-  return testing::internal::GetCapturedStderr();
-}
 
 }  // namespace orvelle

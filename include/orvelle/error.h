@@ -17,7 +17,8 @@ class ORVELLE_API Error : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Takes a warning, line ends included; the work goes on afterwards. Called in the thread that does the work.
+// Takes a warning, line ends included; the work goes on afterwards. Called in the thread that does the work. An empty one
+// hears nothing.
 using Warn = std::function<void(std::string_view text)>;
 
 // What warns unless a caller gives something else.

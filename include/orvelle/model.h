@@ -7,7 +7,7 @@
 //
 // A model is a value: as many as you like, each independent of the others. It does not change once it is made, so any
 // number of threads may ask it. It can be moved, and what points into it stays valid then; a model that was moved from
-// may only be assigned to or destroyed.
+// may only be assigned to or destroyed. Numbers and indexes are not checked: they must be in their range.
 #pragma once
 
 #include <cstddef>
@@ -28,7 +28,6 @@ struct Tables;  // inside the library
 
 class ORVELLE_API Model {
  public:
-  explicit Model(std::unique_ptr<Tables> tables) noexcept;
   Model(Model&&) noexcept;
   Model& operator=(Model&&) noexcept;
   ~Model();
@@ -40,10 +39,10 @@ class ORVELLE_API Model {
 
   int Number_of_Tags() const noexcept;
   const char* Tag(int number) const noexcept;
-  int Sent_Tag() const noexcept;                          // number of the tag of sentence ends
-  int find_tag(std::string_view name) const noexcept;     // -1 for a name that is no tag
-  int tag_number(const char* name) const;                 // an Error for a name that is no tag
-  double A_Priori_Tag_Prob_Fac(int tag) const noexcept;   // inverse of the tag's share of the training corpus
+  int Sent_Tag() const noexcept;                         // number of the tag of sentence ends
+  int find_tag(std::string_view name) const noexcept;    // -1 for a name that is no tag
+  int tag_number(const char* name) const;                // an Error for a name that is no tag
+  double A_Priori_Tag_Prob_Fac(int tag) const noexcept;  // inverse of the tag's share of the training corpus
 
   // ---- lemmas: numbers from 0 to Number_of_Lemmas() - 1, in byte order
 
@@ -101,16 +100,17 @@ class ORVELLE_API Model {
   // that have more than a hundredth of the probability of its most probable tag. Each class without any is warned
   // of. From then on fullform_lookup answers unknown word forms with their class. Throws as the constructor of
   // Automaton does, also for a file without a triple, and then leaves the model as it was. Requires: nobody else uses
-  // the model meanwhile. What was looked up in earlier word classes is no longer valid.
+  // the model meanwhile, and no tagger was made of it before. What was looked up in earlier word classes is no longer
+  // valid.
   void read_wordclass(FILE* file, const Warn& warn = warn_on_standard_error);
 
-  const Automaton* WA() const noexcept;                          // null without word classes
-  std::span<const entry_t> Wordclass_Lexicon() const noexcept;   // by class number
-
-  // For the library's own sources.
-  const Tables& tables() const noexcept { return *tables_; }
+  const Automaton* WA() const noexcept;                         // null without word classes
+  std::span<const entry_t> Wordclass_Lexicon() const noexcept;  // by class number
 
  private:
+  friend struct ModelAccess;  // of the library's own sources
+  explicit Model(std::unique_ptr<Tables> tables) noexcept;
+
   std::unique_ptr<Tables> tables_;
 };
 

@@ -5,13 +5,16 @@
 
 namespace orvelle {
 
+inline constexpr int Max_Number_of_Tags = 20000;  // so that a tag number fits into 16 bits
+
 // The tags of an entry: `n` elements each, which belong together by position, by strictly ascending tag number.
 struct entrydata_t {
-  int32_t n;             // number of tags
-  int32_t freq;          // corpus tokens of the word form; 0 for a word class
-  const int32_t* tag;    // tag numbers
-  const float* prob;     // probability of the tag given the word form
-  const int32_t* lemma;  // lemma numbers; null for a word class, whose word forms have no lemma (see Model::lemma)
+  int32_t n;           // number of tags
+  int32_t freq;        // corpus tokens of the word form; 0 for a word class
+  const int32_t* tag;  // tag numbers
+  const float* prob;   // probability of the tag given the word form
+  const int32_t*
+      lemma;  // lemma numbers; null for a word class, whose word forms have no lemma (see Model::lemma)
 };
 
 struct entry_t {

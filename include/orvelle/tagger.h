@@ -42,8 +42,9 @@ using candidates_t = std::span<const candidate_t>;
 struct tagger_options_t {
   // What is chosen: the tags of the most probable path, or the most probable tag of each word.
   enum class Choice { Path, Word } choice = Choice::Path;
-  size_t beam = 32;            // histories that are followed where the model looks at more than two preceding tags
-  bool strips_markup = false;  // a word form without an entry is taken without the tags in it, "walk" for "walk<br/>"
+  size_t beam = 32;  // histories that are followed where the model looks at more than two preceding tags
+  bool strips_markup =
+      false;  // a word form without an entry is taken without the tags in it, "walk" for "walk<br/>"
   Warn warn = warn_on_standard_error;  // of word forms that are not UTF-8
 };
 
@@ -52,18 +53,21 @@ class ORVELLE_API Tagger {
   static constexpr size_t Longest_Piece = 1024;  // words that a caller should let wait
   static constexpr size_t Waiting_Words = 64;    // of them, those that should be tagged again
 
-  // Learns from the lexicon how to guess, which takes some milliseconds. The model must outlive the tagger; it
-  // may be moved.
+  // Learns from the lexicon how to guess, which takes some milliseconds. The model must outlive the tagger and have its
+  // word classes already, if it gets any; it may be moved, but not assigned to.
   explicit Tagger(const Model& model, const tagger_options_t& options = {});
+  explicit Tagger(Model&&, const tagger_options_t& = {}) = delete;
 
   // A tagger of the same model and options at the start of a sentence, for another thread; shares what was learned.
   Tagger(const Tagger& other);
 
+  // What was moved from may only be assigned to or destroyed.
   Tagger(Tagger&&) noexcept;
+  Tagger& operator=(Tagger&&) noexcept;
   ~Tagger();
 
   // Tags the words that follow what was settled. A word form ends at a NUL. The results below are valid until the next
-  // call; the forms themselves are needed during the call alone.
+  // call, for a `word` from 0 to the number of forms - 1; the forms themselves are needed during the call alone.
   void tag(std::span<const std::string_view> forms, bool with_posteriors = false);
 
   candidates_t candidates(size_t word) const;
@@ -72,7 +76,7 @@ class ORVELLE_API Tagger {
   // Parallel to the candidates: their probabilities in this place of the text, which sum to 1. Empty unless asked for.
   std::span<const double> posteriors(size_t word) const;
 
-  // The first `words` words are done: the next call of tag goes on behind them.
+  // The first `words` of the words are done: the next call of tag goes on behind them.
   void settle(size_t words);
   // The sentence is done: the next call of tag begins a new one.
   void end_sentence();

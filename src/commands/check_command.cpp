@@ -57,7 +57,6 @@ enum kind_t {
   Corpus_Carriage_Return,
   Corpus_Blank_Line,
   Corpus_Two_Readings,
-  Corpus_Too_Long,
   Line_Too_Long,
   Line_With_Nul,
   Byte_Order_Mark,
@@ -93,7 +92,6 @@ constexpr kind_text_t Kinds[Number_of_Kinds] = {
     {true, "lines that end in CR LF"},
     {true, "lines of blanks"},
     {false, "lines that mean two different tokens"},
-    {true, nullptr},
     {false, "lines of more than 9999 bytes"},
     {false, "lines with a NUL"},
     {false, nullptr},
@@ -283,7 +281,8 @@ class LexiconFindings : public LexiconFaults {
   }
 
   void no_sentence_tag(const char* tag) override {
-    report_.add(Lexicon_No_Sentence_Tag, 0, formatted("no entry has the sentence tag %s", printable(tag).c_str()));
+    report_.add(Lexicon_No_Sentence_Tag, 0,
+                formatted("no entry has the sentence tag %s", printable(tag).c_str()));
   }
 
   void tag_twice(int64_t line, const char* word, const char* tag) override {
@@ -327,9 +326,9 @@ class LexiconFindings : public LexiconFaults {
 
   void look_at_lemma(std::string_view lemma, int64_t line) {
     if (lemma.ends_with('\r'))
-      report_.add(Lexicon_Carriage_Return, line,
-                  formatted("CR LF: the carriage return becomes part of the lemma '%s'",
-                            printable(lemma).c_str()));
+      report_.add(
+          Lexicon_Carriage_Return, line,
+          formatted("CR LF: the carriage return becomes part of the lemma '%s'", printable(lemma).c_str()));
     else if (lemma.ends_with(' '))
       report_.add(Lexicon_Lemma_Blank, line,
                   formatted("the blank at the end of '%s' belongs to the lemma", printable(lemma).c_str()));
@@ -343,9 +342,8 @@ class LexiconFindings : public LexiconFaults {
       const size_t end = lemma.find(' ', ++start);
       if (end == lemma.npos) return;  // what would be its lemma must follow
       if (tagset.find_tag(lemma.substr(start, end - start)) < 0) continue;
-      report_.add(
-          Lexicon_Lemma_Tag, line,
-          formatted("lemma '%s' holds a tag: is there a blank for a TAB?", printable(lemma).c_str()));
+      report_.add(Lexicon_Lemma_Tag, line,
+                  formatted("lemma '%s' holds a tag: is there a blank for a TAB?", printable(lemma).c_str()));
       return;
     }
   }
@@ -409,7 +407,8 @@ class CorpusFindings : public CorpusFaults {
   void unknown_tag_of_token(int64_t, const char*, const char*) override {}  // line() tells each of them
   bool wants_lines() const override { return true; }
 
-  void line(int64_t number, std::string_view text, line_kind_t kind, int tag, context_tag_t context) override {
+  void line(int64_t number, std::string_view text, line_kind_t kind, int tag,
+            context_tag_t context) override {
     if (kind != line_kind_t::Nothing) ++tokens_;
     if (context.kind == context_tag_t::Empty_Line) return;
     if (context.kind == context_tag_t::Token && tag >= 0)
@@ -480,7 +479,7 @@ class CorpusFindings : public CorpusFaults {
   void take_fault(int64_t line, std::string_view text, line_kind_t kind, int tag, context_tag_t context) {
     const bool is_empty = kind == line_kind_t::Nothing;
     const bool is_cut = text.size() == Max_Line_Length && !text.ends_with('\n');  // its line goes on
-    if ((text.ends_with("\r\n") || text.ends_with('\r')) && !is_cut && (tag >= 0 || is_empty))
+    if ((text.ends_with("\r\n") || text.ends_with('\r')) && (tag >= 0 || (is_empty && !is_cut)))
       return report_.add(Corpus_Carriage_Return, line, "CR LF: the carriage return becomes part of the tag");
     if (is_empty) return report_.add(Corpus_Blank_Line, line, "neither empty nor a token");
     std::string copy(text);

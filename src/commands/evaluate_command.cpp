@@ -14,6 +14,7 @@
 #include "commands/tagger_options.h"
 #include "commands/text_io.h"
 #include "support/errors.h"
+#include "training/corpus_pass.h"
 
 namespace orvelle {
 
@@ -63,10 +64,11 @@ class GoldReader {
       evaluator_.end_sentence();
       return;
     }
-    std::array<std::string_view, 2> fields;  // the form and its tag
-    if (split_at_tabs(line, fields) < 2)
-      stop_at(name_, number, "no TAB and tag behind the word: " + printable(line));
-    evaluator_.add(fields[0], fields[1]);
+    line_.assign(line);
+    const corpus_line_t token(line_.data());
+    if (*token.word == '\0') return;
+    if (*token.tag == '\0') stop_at(name_, number, "no TAB and tag behind the word: " + printable(line));
+    evaluator_.add(token.word, token.tag);
   }
 
   void end_text() { evaluator_.end_sentence(); }
@@ -82,6 +84,7 @@ class GoldReader {
   const char* name_;
   Evaluator evaluator_;
   bool has_empty_lines_ = false;
+  std::string line_;  // that is being split
 };
 
 // In a corpus without empty lines the sentence tags tell how many sentences are right; the decoding knows nothing of

@@ -18,6 +18,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <optional>
 #include <string>
@@ -55,19 +56,20 @@ class SentenceJobs {
     jobs_.emplace(std::move(work), [this](batch_t& batch) { take_(std::move(batch.result), true); });
   }
 
+  // What was read before a read fails is worked on and taken first.
   void run(ProgressLine& progress) {
-    while (in_.next()) {
-      if (is_alone_)
-        take_line_alone();
-      else
-        collect_line();
-      if (in_.number() % 4096 == 0) progress.update(in_.bytes_read(), in_.size());
+    std::exception_ptr failure;
+    try {
+      read(progress);
+    } catch (const Failure&) {
+      failure = std::current_exception();
     }
-    whole_ = text_.size();
+    whole_ = failure ? whole_ : text_.size();
     send_whole();
     if (jobs_) jobs_->finish();
-    alone_.end_text();
+    if (!failure) alone_.end_text();
     take_(alone_.take_result(), true);
+    if (failure) std::rethrow_exception(failure);
   }
 
  private:
@@ -79,6 +81,16 @@ class SentenceJobs {
     int64_t first_line;
     result_t result{};
   };
+
+  void read(ProgressLine& progress) {
+    while (in_.next()) {
+      if (is_alone_)
+        take_line_alone();
+      else
+        collect_line();
+      if (in_.number() % 4096 == 0) progress.update(in_.bytes_read(), in_.size());
+    }
+  }
 
   // Calls `action(line, number)` for each line of the text.
   template <class Action>

@@ -187,7 +187,7 @@ void show_entry(TextOutput& out, const Model& model, const char* word, const ent
 }
 
 void show_guess(TextOutput& out, const Model& model, const char* word, size_t most) {
-  const Tables& tables = model.tables();
+  const Tables& tables = ModelAccess::tables(model);
   Guesser guesser(tables, std::make_shared<RareWords>(tables, warn_on_standard_error),
                   warn_on_standard_error);
   distribution_t guess;
@@ -256,7 +256,7 @@ void walk_tree(const context_tree_t& tree, int32_t depth, Action action) {
 // `put_leaf` writes what a leaf says, up to its line end.
 template <class PutLeaf>
 void put_tree(TextOutput& out, const Model& model, int32_t depth, PutLeaf put_leaf) {
-  const context_tree_t& tree = model.tables().Context_Tree;
+  const context_tree_t& tree = ModelAccess::tables(model).Context_Tree;
   walk_tree(tree, depth, [&](const visit_t& visit) {
     const context_node_t& node = tree.nodes[visit.node];
     const bool is_no = visit.parent >= 0 && visit.node != visit.parent + 1;
@@ -274,7 +274,7 @@ void put_tree(TextOutput& out, const Model& model, int32_t depth, PutLeaf put_le
 }
 
 void put_dot(TextOutput& out, const Model& model, int32_t depth, size_t most) {
-  const context_tree_t& tree = model.tables().Context_Tree;
+  const context_tree_t& tree = ModelAccess::tables(model).Context_Tree;
   out.put(
       "digraph context_tree {\n  node [shape=box, fontname=\"sans-serif\"];\n  edge "
       "[fontname=\"sans-serif\"];\n");
@@ -316,7 +316,7 @@ std::vector<int32_t> parse_context(const Model& model, const char* text) {
 
 void show_context(TextOutput& out, const Model& model, const char* text, size_t most) {
   const std::vector<int32_t> tags = parse_context(model, text);
-  const context_tree_t& tree = model.tables().Context_Tree;
+  const context_tree_t& tree = ModelAccess::tables(model).Context_Tree;
   const context_node_t* node = tree.nodes.data();
   int64_t noes = 0;  // in a row
   const auto put_noes = [&] {
@@ -390,7 +390,7 @@ void put_tree_summaries(TextOutput& out, const Model& model) {
               std::ranges::count_if(tree.nodes, [](const ANODE& node) { return node.leaf; }),
               affix_depth(tree, parents(tree)));
   out.print("open classes   %d tags\n", model.Open_Class_Node().number);
-  const context_tree_t& tree = model.tables().Context_Tree;
+  const context_tree_t& tree = ModelAccess::tables(model).Context_Tree;
   int32_t deepest = 0;
   walk_tree(tree, -1, [&](const visit_t& visit) { deepest = std::max(deepest, visit.depth); });
   out.print("decision tree  %zu nodes, %zu of them leaves, depth %d, over %d preceding tags\n",
@@ -400,7 +400,7 @@ void put_tree_summaries(TextOutput& out, const Model& model) {
 void show_summary(TextOutput& out, const Model& model) {
   constexpr int64_t Header = 8;
   const int64_t lexicon = lexicon_bytes(model), affixes = affix_bytes(model),
-                context = context_bytes(model.tables().Context_Tree);
+                context = context_bytes(ModelAccess::tables(model).Context_Tree);
   out.print("word forms     %s\n", model.UTF8_Processing() ? "UTF-8" : "single bytes");
   put_lexicon_summary(out, model);
   put_tree_summaries(out, model);
@@ -454,7 +454,7 @@ void put_lexicon(TextOutput& out, const Model& model) {
 }
 
 void show_all(TextOutput& out, const Model& model) {
-  out.print("utf8\t%d\n", model.tables().UTF8_Processing);
+  out.print("utf8\t%d\n", ModelAccess::tables(model).UTF8_Processing);
   put_lexicon(out, model);
   for (const affix_tree_view_t& tree : affix_trees(model)) put_affix_tree(out, model, tree);
   for (const auto& [tag, prob] : distribution(model.Open_Class_Node()))

@@ -116,8 +116,8 @@ command_line_t parse_command_line(int argc, char* argv[]) { return Parser().pars
 
 std::string echo_line(const command_line_t& line) {
   const Settings& s = line.settings;
-  return formatted("\ntrain-orvelle -cl %d -dtg %.2f -sw %.2f -ecw %.2f -atg %.2f %s %s %s %s\n\n", s.Context_Size,
-                   s.Min_Info_Gain, s.Smoothing_Weight, s.Word_Class_Weight, s.Cut_Off_Gain,
+  return formatted("\ntrain-orvelle -cl %d -dtg %.2f -sw %.2f -ecw %.2f -atg %.2f %s %s %s %s\n\n",
+                   s.Context_Size, s.Min_Info_Gain, s.Smoothing_Weight, s.Word_Class_Weight, s.Cut_Off_Gain,
                    line.Lexicon_File_Name, line.Open_Class_File_Name, line.Input_File_Name,
                    line.Output_File_Name);
 }

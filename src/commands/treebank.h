@@ -12,7 +12,7 @@
 
 #include "commands/conllu.h"
 #include "commands/remarks.h"
-#include "commands/string_table.h"
+#include "support/string_table.h"
 
 namespace orvelle {
 

@@ -17,7 +17,7 @@
 
 #include "commands/evaluation.h"
 #include "commands/remarks.h"
-#include "commands/string_table.h"
+#include "support/string_table.h"
 #include "training/settings.h"
 
 namespace orvelle {

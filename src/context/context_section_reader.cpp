@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "context/context_section.h"
-#include "lexicon/tagset.h"
 #include "support/binary_input.h"
 
 namespace orvelle {

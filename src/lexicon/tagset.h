@@ -4,6 +4,8 @@
 //   number    0     1      2      3       Sent_Tag = 2
 #pragma once
 
+#include <orvelle/tables.h>
+
 #include <string_view>
 #include <vector>
 
@@ -11,8 +13,6 @@
 #include "support/strings.h"
 
 namespace orvelle {
-
-inline constexpr int Max_Number_of_Tags = 20000;  // so that a tag number fits into 16 bits
 
 class Tagset {
  public:

@@ -152,7 +152,8 @@ void check_context_tree(const context_tree_t& tree, int number_of_tags) {
     used.enter_node(i);
     if (node.no == 0) {
       const context_leaf_t& leaf = tree.leaves[node.tag];
-      require(are_tags({leaf.tag, static_cast<size_t>(leaf.n)}, number_of_tags), "tags of a decision tree leaf");
+      require(are_tags({leaf.tag, static_cast<size_t>(leaf.n)}, number_of_tags),
+              "tags of a decision tree leaf");
       continue;
     }
     require(node.context_pos >= 0 && node.context_pos < tree.Context_Size, "position in the decision tree");

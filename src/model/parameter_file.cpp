@@ -20,7 +20,7 @@ Model read(BinaryInput in) {
   tables->Context_Tree = read_tree(in);
   if (!in.at_end()) bad_parameter_file("data behind the decision tree");
   check_parameters(*tables);
-  return Model(std::move(tables));
+  return ModelAccess::make_model(std::move(tables));
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ Model read_parameter_file(const char* name) { return read(BinaryInput(name)); }
 Model read_parameter_file(std::span<const std::byte> content) { return read(BinaryInput(content)); }
 
 void write_parameter_file(const char* name, const Model& model) {
-  const Tables& tables = model.tables();
+  const Tables& tables = ModelAccess::tables(model);
   write_parameter_file(name, tables.UTF8_Processing, tables.fullex, tables.affixes,
                        [&](BinaryOutput& out) { write_tree(tables.Context_Tree, out); });
 }

@@ -23,8 +23,8 @@ inline constexpr int32_t Parameter_File_Mark = 32;  // the first value of every 
 
 // Writes a whole parameter file: `write_tree(out)` writes its last section, from wherever the tree lies.
 template <class WriteTree>
-void write_parameter_file(const char* name, int32_t utf8, const fullex_t& fullex, const AffixLexicons& affixes,
-                          WriteTree write_tree) {
+void write_parameter_file(const char* name, int32_t utf8, const fullex_t& fullex,
+                          const AffixLexicons& affixes, WriteTree write_tree) {
   BinaryOutput out(name);
   out.value(Parameter_File_Mark);
   out.value(utf8);

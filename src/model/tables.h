@@ -1,12 +1,14 @@
 // The tables of a model, by the sections of its parameter file (parameter_file.h).
 #pragma once
 
-#include <orvelle/error.h>
+#include <orvelle/model.h>
 #include <orvelle/tables.h>
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "affix/affix_lexicons.h"
 #include "context/context_tree.h"
@@ -31,6 +33,12 @@ struct Tables {
 
   const char* tag_name(int tag) const { return fullex.tagset.Tag[static_cast<size_t>(tag)]; }
   const char* lemma(int number) const { return fullex.lemmas.Lemma[static_cast<size_t>(number)]; }
+};
+
+// The way from a model to its tables and back.
+struct ModelAccess {
+  static const Tables& tables(const Model& model) { return *model.tables_; }
+  static Model make_model(std::unique_ptr<Tables> tables) { return Model(std::move(tables)); }
 };
 
 }  // namespace orvelle

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <exception>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -41,6 +42,8 @@ int exit_status(Run run) {
     std::fputs(Space_Error_Text, stderr);
   } catch (const std::length_error&) {  // a container asked for more than any memory could hold
     std::fputs(Space_Error_Text, stderr);
+  } catch (const std::exception& failure) {  // of the standard library, such as a thread that cannot be had
+    std::fprintf(stderr, "\nERROR: %s\naborted.\n", failure.what());
   }
   return 1;
 }

@@ -30,7 +30,6 @@ std::string_view LineReader::next_piece() {
     if (at_end_) return line_ = {};
     fill();
   }
-  if (observer_ != nullptr) observer_->piece(line_);
   return line_;
 }
 
@@ -45,12 +44,16 @@ bool LineReader::take_piece() {
   return true;
 }
 
+std::string_view LineReader::show_other(std::string_view piece) const {
+  if (observer_ != nullptr && piece.data() != nullptr) observer_->piece(piece);
+  return piece.substr(0, piece.find('\0'));
+}
+
 size_t LineReader::next_lines(std::span<std::string_view> lines) {
   lines[0] = next();
   if (lines[0].data() == nullptr) return 0;
   size_t count = 1;
-  if (observer_ != nullptr) return count;  // which sees what next_piece takes
-  for (; count < lines.size() && take_piece(); ++count) lines[count] = up_to_nul(line_);
+  for (; count < lines.size() && take_piece(); ++count) lines[count] = show(line_);
   return count;
 }
 
@@ -72,7 +75,7 @@ void LineReader::fill() {
     at_end_ = true;
   }
   end_ = next_ + left + got;
-  nul_in_buffer_ = std::memchr(next_, '\0', end_ - next_) != nullptr;
+  is_plain_ = observer_ == nullptr && std::memchr(next_, '\0', end_ - next_) == nullptr;
 }
 
 size_t LineReader::read(char* place, size_t size) {

@@ -27,7 +27,7 @@ class LineReader {
 
   // The next line with its LF, up to its first NUL; its data is null at the end of the file. Valid until: the next
   // call.
-  std::string_view next() { return up_to_nul(next_piece()); }
+  std::string_view next() { return show(next_piece()); }
 
   // Fills `lines` with the next lines, as next gives them, as far as they are at hand; returns how many there are, 0 at
   // the end of the file. Valid until: the next call.
@@ -38,9 +38,9 @@ class LineReader {
   char* terminated();
 
  private:
-  std::string_view up_to_nul(std::string_view piece) const {
-    return nul_in_buffer_ ? piece.substr(0, piece.find('\0')) : piece;
-  }
+  // What is handed out of a piece. Called once for each.
+  std::string_view show(std::string_view piece) const { return is_plain_ ? piece : show_other(piece); }
+  std::string_view show_other(std::string_view piece) const;
   std::string_view next_piece();
   bool take_piece();
   void fill();
@@ -48,16 +48,16 @@ class LineReader {
 
   static constexpr size_t Buffer_Size = 1 << 18;  // bytes; beyond that a larger buffer gains nothing
 
-  FILE* file_ = nullptr;         // null for text in memory
+  FILE* file_ = nullptr;  // null for text in memory
   const char* name_ = nullptr;
-  std::string_view text_;        // in memory: what was not read yet
+  std::string_view text_;  // in memory: what was not read yet
   PieceObserver* observer_;
   std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes and one for the NUL of terminated
   char* next_;                      // first byte not handed out yet
   char* end_;                       // end of what was read
   bool at_end_ = false;             // nothing is left behind end_
-  bool nul_in_buffer_ = false;
-  char saved_ = '\0';  // what stood where terminated wrote its NUL
+  bool is_plain_ = false;           // no NUL stands in the buffer, and nobody observes
+  char saved_ = '\0';               // what stood where terminated wrote its NUL
   bool is_terminated_ = false;
   std::string_view line_;  // what next_piece gave last
 };

@@ -10,4 +10,8 @@ namespace orvelle {
 // should say nothing.
 using Progress = std::function<void(std::string_view text)>;
 
+inline void say(const Progress& progress, std::string_view text) {
+  if (progress) progress(text);
+}
+
 }  // namespace orvelle

@@ -36,6 +36,15 @@ char* next_string2(char** cursor) {
   return next_field(cursor, [](char c) { return c == '\t' || c == '\n'; });
 }
 
+// What was moved from is empty.
+StringArena& StringArena::operator=(StringArena&& other) noexcept {
+  blocks_ = std::exchange(other.blocks_, {});
+  block_size_ = std::exchange(other.block_size_, First_Block_Size);
+  next_ = std::exchange(other.next_, nullptr);
+  room_ = std::exchange(other.room_, 0);
+  return *this;
+}
+
 const char* StringArena::add(std::string_view text) {
   const size_t size = text.size() + 1;
   if (size > room_) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orvelle {
@@ -29,6 +30,10 @@ char* next_string2(char** cursor);  // a field ends at a TAB or LF, so it may ho
 // Owner of many short strings that live as long as it does; they stay where they are when it is moved.
 class StringArena {
  public:
+  StringArena() = default;
+  StringArena(StringArena&& other) noexcept { *this = std::move(other); }
+  StringArena& operator=(StringArena&& other) noexcept;
+
   // A NUL-terminated copy of `text`. Valid until: the arena is destroyed.
   const char* add(std::string_view text);
 

@@ -14,7 +14,7 @@ void store(size_t* length, size_t value) {
 
 // The character at which decoding gave up: one byte is stepped over, so that the next may start a valid one.
 uint32_t give_up(const Warn& warn, const char* warning, size_t* length) {
-  warn(warning);
+  if (warn) warn(warning);
   store(length, 1);
   return Replacement_Char;
 }
@@ -25,21 +25,23 @@ uint32_t utf8_get_char(const char* s, size_t* length, const Warn& warn) {
   const auto* byte = reinterpret_cast<const unsigned char*>(s);
   const unsigned char lead = byte[0];
   if (lead == 0) {
-    warn("Warning: empty input string in function utf8_get_char!\n");
+    if (warn) warn("Warning: empty input string in function utf8_get_char!\n");
     return 0;
   }
   if (lead < 0x80) {
     store(length, 1);
     return lead;
   }
-  if (is_continuation(lead)) return give_up(warn, "Warning: invalid UTF8 character encountered (2)!\n", length);
+  if (is_continuation(lead))
+    return give_up(warn, "Warning: invalid UTF8 character encountered (2)!\n", length);
 
   const int size = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
   uint32_t code_point = lead & (0x7Fu >> size);  // 5, 4 or 3 payload bits
   for (int i = 1; i < size; ++i) {
     if (byte[i] == 0)
       return give_up(warn, "Warning: incomplete utf8 character in function utf8_get_char!\n", length);
-    if (!is_continuation(byte[i])) return give_up(warn, "Warning: invalid UTF8 character encountered!\n", length);
+    if (!is_continuation(byte[i]))
+      return give_up(warn, "Warning: invalid UTF8 character encountered!\n", length);
     code_point = (code_point << 6) | (byte[i] & Continuation_Bits);
   }
   store(length, static_cast<size_t>(size));

@@ -71,7 +71,13 @@ void Candidates::trim() {
   remembered_ = 0;
 }
 
+void Candidates::begin_choice() {
+  std::fill(probability_.begin(), probability_.end(), 0.0);
+  std::fill(lemma_.begin(), lemma_.end(), No_Lemma);
+}
+
 void Candidates::choose_known(const char* word, const entry_t& entry) {
+  begin_choice();
   const entrydata_t& data = *entry.data;
   if (data.freq < 1 || data.freq > Trusted_Frequency) {
     add_listed(data, 1.0);
@@ -88,6 +94,7 @@ void Candidates::choose_known(const char* word, const entry_t& entry) {
 }
 
 void Candidates::choose_unknown(const char* word) {
+  begin_choice();
   if (const entrydata_t* const data = stand_in(word, strips_markup_)) {
     add_listed(*data, 1.0);
     return;
@@ -120,8 +127,7 @@ void Candidates::add_any() {
   for (size_t tag = 0; tag < factors.size(); ++tag) probability_[tag] = 1.0 / factors[tag];
 }
 
-// The best tags by probability, with scores that a decoder can multiply; empties the choice for the next
-// word.
+// The best tags by probability, with scores that a decoder can multiply.
 std::vector<candidate_t> Candidates::take_choice() {
   const auto usable = [](double p) { return p > 0.0 && std::isfinite(p); };
   if (std::none_of(probability_.begin(), probability_.end(), usable)) add_any();
@@ -142,8 +148,6 @@ std::vector<candidate_t> Candidates::take_choice() {
     candidate.score = score > 0.0 && std::isfinite(score) ? score : 1.0;
   }
   best.shrink_to_fit();
-  std::fill(probability_.begin(), probability_.end(), 0.0);
-  std::fill(lemma_.begin(), lemma_.end(), No_Lemma);
   return best;
 }
 

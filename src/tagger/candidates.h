@@ -28,7 +28,8 @@ class Candidates {
   static constexpr size_t Most = 16;  // for a word form; more cost time and gain nothing
 
   // `strips_markup` and `warn` are those of tagger_options_t. The tables must outlive the object.
-  Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup, Warn warn);
+  Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup,
+             Warn warn);
 
   // At least one, the most probable first. A word form ends at a NUL. Valid until: the next call of trim.
   candidates_t of(std::string_view form);
@@ -43,6 +44,7 @@ class Candidates {
   };
   static constexpr size_t Remembered_Bytes = 1 << 24;
 
+  void begin_choice();
   void choose_known(const char* word, const entry_t& entry);
   void choose_unknown(const char* word);
   void add_listed(const entrydata_t& data, double share);

@@ -7,7 +7,9 @@
 namespace orvelle {
 
 ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors)
-    : tree_(tree), number_of_tags_(static_cast<int>(tag_factors.size())), full_(static_cast<size_t>(tree.Context_Size), 0) {
+    : tree_(tree),
+      number_of_tags_(static_cast<int>(tag_factors.size())),
+      full_(static_cast<size_t>(tree.Context_Size), 0) {
   for (const context_node_t& node : tree.nodes)
     if (node.no != 0) order_ = std::max(order_, tree.Context_Size - node.context_pos);
   const size_t slots = std::bit_floor(std::max<size_t>(2, Memo_Size / (order_ + 1)));

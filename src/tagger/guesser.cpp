@@ -124,25 +124,26 @@ Guesser::Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_wor
 const Guesser::row_t& Guesser::summed_row(Table& table, const step_t& step, uint64_t key) {
   // The low bits of the shortened key are free for its length: at least 8 of them are zero, but for whole
   // keys.
-  const auto [place, is_new] =
-      table.rows.try_emplace(first_bits(key, step.bits) ^ static_cast<uint64_t>(step.bits));
-  row_t& row = place->second;
-  if (!is_new) return row;
+  const uint64_t row_key = first_bits(key, step.bits) ^ static_cast<uint64_t>(step.bits);
+  if (const auto place = table.rows.find(row_key); place != table.rows.end()) return place->second;
+  row_t row;
   std::vector<double> sums(result_.size(), 0.0);
   for (const RareWords::word_t* word = step.begin; word != step.end; ++word) {
     for (int k = 0; k < word->number_of_pairs; ++k)
-      sums[rare_words_->pairs[word->first_pair + k].tag] += rare_words_->pairs[word->first_pair + k].probability;
+      sums[rare_words_->pairs[word->first_pair + k].tag] +=
+          rare_words_->pairs[word->first_pair + k].probability;
   }
   for (size_t tag = 0; tag < sums.size(); ++tag)
     if (sums[tag] > 0.0) row.push_back({static_cast<int32_t>(tag), static_cast<float>(sums[tag])});
-  return row;
+  return table.rows.emplace(row_key, std::move(row)).first->second;
 }
 
 void Guesser::add_row(Table& table, const step_t& step, uint64_t key, double weight,
                       std::vector<double>& sum) {
   const size_t words = step.end - step.begin;
   if (words >= Long_Row && step.bits < Key_Bits) {
-    for (const RareWords::pair_t& pair : summed_row(table, step, key)) sum[pair.tag] += weight * pair.probability;
+    for (const RareWords::pair_t& pair : summed_row(table, step, key))
+      sum[pair.tag] += weight * pair.probability;
     return;
   }
   for (const RareWords::word_t* word = step.begin; word != step.end; ++word) {
@@ -153,10 +154,9 @@ void Guesser::add_row(Table& table, const step_t& step, uint64_t key, double wei
 
 // The distribution of a shape, all rare words of it in account; the steps before the first byte.
 const std::vector<double>& Guesser::shape_distribution(uint64_t key) {
-  const auto [place, is_new] = shapes_.try_emplace(key >> (Key_Bits - Shape_Bits));
-  std::vector<double>& sum = place->second;
-  if (!is_new) return sum;
-  sum.assign(result_.size(), Any_Tag_Share / static_cast<double>(result_.size()));
+  const uint64_t shape = key >> (Key_Bits - Shape_Bits);
+  if (const auto place = shapes_.find(shape); place != shapes_.end()) return place->second;
+  std::vector<double> sum(result_.size(), Any_Tag_Share / static_cast<double>(result_.size()));
   const ANODE& open_classes = tables_.affixes.Open_Class_Node();
   for (int i = 0; i < open_classes.number; ++i) {
     const tagprob_t& pair = open_classes.tagprob[i];
@@ -176,7 +176,7 @@ const std::vector<double>& Guesser::shape_distribution(uint64_t key) {
     const step_t step{&*begin, &*begin + (end - begin), Key_Bits, count};
     add_row(endings_, step, key, 1.0 / (count + weight), sum);
   }
-  return sum;
+  return shapes_.emplace(shape, std::move(sum)).first->second;
 }
 
 // Follows a key's bytes from the distribution of its shape on. The steps are found from the shortest to the
@@ -189,8 +189,10 @@ void Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, std:
   for (int bits = Shape_Bits + 8; bits <= Key_Bits; bits += 8) {
     const uint64_t low = first_bits(key, bits);
     const uint64_t high = low | (bits < Key_Bits ? ~uint64_t{0} >> bits : 0);
-    begin = std::lower_bound(begin, end, low, [](const RareWords::word_t& w, uint64_t k) { return w.key < k; });
-    end = std::upper_bound(begin, end, high, [](uint64_t k, const RareWords::word_t& w) { return k < w.key; });
+    begin =
+        std::lower_bound(begin, end, low, [](const RareWords::word_t& w, uint64_t k) { return w.key < k; });
+    end =
+        std::upper_bound(begin, end, high, [](uint64_t k, const RareWords::word_t& w) { return k < w.key; });
     const double count = static_cast<double>(end - begin) - own;
     if (count < Least_Count) break;
     steps_.push_back({begin, end, bits, count});
@@ -209,7 +211,8 @@ void Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, std:
     left = weight * Affix_Weight;
   }
   const std::vector<double>& shape = shape_distribution(key);
-  for (size_t tag = 0; tag < result_.size(); ++tag) result[tag] = std::max(result[tag], 0.0) + left * shape[tag];
+  for (size_t tag = 0; tag < result_.size(); ++tag)
+    result[tag] = std::max(result[tag], 0.0) + left * shape[tag];
 }
 
 // The share of the beginning is its fourth root against that of the ending: its quotient over what the shape

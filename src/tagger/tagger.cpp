@@ -60,14 +60,16 @@ struct Tagger::Parts {
 };
 
 Tagger::Tagger(const Model& model, const tagger_options_t& options)
-    : parts_(std::make_unique<Parts>(model.tables(), options,
-                                     std::make_shared<const RareWords>(model.tables(), options.warn))) {}
+    : parts_(std::make_unique<Parts>(
+          ModelAccess::tables(model), options,
+          std::make_shared<const RareWords>(ModelAccess::tables(model), options.warn))) {}
 
 Tagger::Tagger(const Tagger& other)
-    : parts_(
-          std::make_unique<Parts>(other.parts_->tables, other.parts_->options, other.parts_->rare_words)) {}
+    : parts_(std::make_unique<Parts>(other.parts_->tables, other.parts_->options, other.parts_->rare_words)) {
+}
 
 Tagger::Tagger(Tagger&&) noexcept = default;
+Tagger& Tagger::operator=(Tagger&&) noexcept = default;
 Tagger::~Tagger() = default;
 
 void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {

@@ -34,7 +34,7 @@ class RootCells {
       const auto tag = static_cast<size_t>(cell.tag);
       if (cell_of_[tag] != nullptr)
         cell_of_[tag]->freq -= cell.freq;
-      else
+      else if (warn_)
         warn_(formatted("warning: function SUBTRACT_FREQ_AT_ROOT: missing tag at root node: <%s>\n",
                         tagset_.Tag[tag]));
     }
@@ -102,8 +102,9 @@ affix_tree_t make_open_class_node(node_1& prefix_root) {
 
 }  // namespace
 
-AffixLexicons make_affix_trees(const Lexicon& lexicon, const Tagset& tagset, const std::vector<char>& Open_Class,
-                               double Cut_Off_Gain, const Progress& progress, const Warn& warn) {
+AffixLexicons make_affix_trees(const Lexicon& lexicon, const Tagset& tagset,
+                               const std::vector<char>& Open_Class, double Cut_Off_Gain,
+                               const Progress& progress, const Warn& warn) {
   const auto transform_tree = [&](node_1& root, const char* kind) {
     sort_tree(root);
     const size_t nodes = tree_size(root);

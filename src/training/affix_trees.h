@@ -14,7 +14,8 @@ namespace orvelle {
 
 // Builds, prunes, orders and lays out both trees and the open-class node. Requires: every entry's `prob` holds its
 // relative frequencies. Reports the sizes; a tree of more than 65,535 nodes is an Error.
-AffixLexicons make_affix_trees(const Lexicon& lexicon, const Tagset& tagset, const std::vector<char>& Open_Class,
-                               double Cut_Off_Gain, const Progress& progress, const Warn& warn);
+AffixLexicons make_affix_trees(const Lexicon& lexicon, const Tagset& tagset,
+                               const std::vector<char>& Open_Class, double Cut_Off_Gain,
+                               const Progress& progress, const Warn& warn);
 
 }  // namespace orvelle

@@ -133,7 +133,8 @@ bool ChainSearch::find_exactly(split_t& split) {
   candidates_.clear();
   // With no prior, an occurrence that is alone with its tag has an infinite or undefined entropy on whichever side it
   // is, so every score is infinite or undefined and the very first candidate stays.
-  const bool first_stays = settings_.Smoothing_Weight == 0.0 && std::count(count_.begin(), count_.end(), 1u) > 0;
+  const bool first_stays =
+      settings_.Smoothing_Weight == 0.0 && std::count(count_.begin(), count_.end(), 1u) > 0;
   size_t table;
   int tag;
   const bool undivided_competes = first_undivided(table, tag);

@@ -35,7 +35,7 @@ constexpr size_t Group_Size = Lexicon::Max_Words_At_Once;
 
 // What a line of the corpus does, but for the counts that it raises.
 struct line_effect_t {
-  int16_t tag = -1;       // number of the token's tag; -1: the line holds no token
+  int16_t tag = -1;  // number of the token's tag; -1: the line holds no token
   line_kind_t kind = line_kind_t::Nothing;
   context_tag_t context;  // what the n-grams see
 
@@ -89,8 +89,7 @@ class LineResolver {
       return effect;
     }
     effect.tag = static_cast<int16_t>(tag);
-    const bool as_likely =
-        likely.entry != nullptr && fields.word == copy && copy[likely.text.size()] == '\0';
+    const bool as_likely = likely.entry != nullptr && fields.word == copy && copy[likely.text.size()] == '\0';
     resolve_word(fields.word, as_likely ? likely.entry : nullptr, effect, counts);
     return effect;
   }
@@ -238,8 +237,8 @@ class TokenCounter {
   long tokens_ = 0;
 };
 
-CorpusCounts count_lines(LineReader& reader, TrainingLexicon& lexicon, int context_size, const Progress& progress,
-                         CorpusFaults& faults, size_t max_cached_bytes) {
+CorpusCounts count_lines(LineReader& reader, TrainingLexicon& lexicon, int context_size,
+                         const Progress& progress, CorpusFaults& faults, size_t max_cached_bytes) {
   CorpusCounts counts{std::vector<int32_t>(static_cast<size_t>(lexicon.tagset.Number_of_Tags), 0),
                       NGramTable(context_size, static_cast<bool>(progress))};
   LineCache cache(lexicon, faults, counts.Tag_Freq, max_cached_bytes);

@@ -21,17 +21,18 @@ struct corpus_line_t {
   const char* tag;
 
   // Splits a NUL-terminated line in place; the fields are valid as long as the line.
-  explicit corpus_line_t(char* line) : word(next_string2(&line)), tag(*word != '\0' ? next_string(&line) : "") {}
+  explicit corpus_line_t(char* line)
+      : word(next_string2(&line)), tag(*word != '\0' ? next_string(&line) : "") {}
 };
 
 // What a line of the corpus is, beyond its counts.
 enum class line_kind_t : uint8_t {
-  Nothing,         // holds no token
-  Listed,          // a token whose entry lists the tag
-  Unlisted,        // a token whose entry does not list the tag
-  Number,          // a token without an entry of its own, but with one for numbers
-  Unknown,         // a token without an entry
-  Foreign_Tag,     // a token whose tag is not in the tagset
+  Nothing,      // holds no token
+  Listed,       // a token whose entry lists the tag
+  Unlisted,     // a token whose entry does not list the tag
+  Number,       // a token without an entry of its own, but with one for numbers
+  Unknown,      // a token without an entry
+  Foreign_Tag,  // a token whose tag is not in the tagset
 };
 
 // What is found in a corpus, line by line.

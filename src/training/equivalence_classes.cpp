@@ -15,7 +15,7 @@ namespace {
 struct class_t {
   int n;               // number of tags
   const int32_t* tag;  // the tag list of the class's first entry
-  size_t first;          // index of the first of its n values in Classes::prob_
+  size_t first;        // index of the first of its n values in Classes::prob_
 };
 
 class Classes {

@@ -11,7 +11,7 @@
 namespace orvelle {
 
 struct Input {
-  const char* name = nullptr;            // of the file to read, or of what stream or text stand for in messages
+  const char* name = nullptr;  // of the file to read, or of what stream or text stand for in messages
   std::optional<std::string_view> text;  // belongs to the caller
   FILE* stream = nullptr;                // belongs to the caller
   PieceObserver* observer = nullptr;     // of the pieces of its lines; null for none

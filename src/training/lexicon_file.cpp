@@ -14,9 +14,8 @@
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/line_reader.h"
-#include "support/string_index.h"
 #include "support/string_sort.h"
-#include "support/strings.h"
+#include "support/string_table.h"
 
 namespace orvelle {
 
@@ -47,49 +46,17 @@ void LexiconFaults::word_twice(int64_t, int64_t, const char* word) {
 
 namespace {
 
-// Distinct strings, numbered in the order in which they come; later renumbered in byte order.
-class StringPool {
- public:
-  int size() const { return static_cast<int>(strings_.size()); }
-
-  int find(std::string_view text, uint32_t hash) const {
-    return index_.find(text, hash, [this](int i) { return strings_[static_cast<size_t>(i)]; });
+// The strings of a table in byte order; `rank` becomes the map from the numbers so far to the places in that order.
+std::vector<const char*> sorted(const StringTable& table, std::vector<int>& rank) {
+  std::vector<const char*> result;
+  result.reserve(table.texts().size());
+  rank.resize(table.texts().size());
+  for (const uint32_t i : sorted_order(table.texts())) {
+    rank[i] = static_cast<int>(result.size());
+    result.push_back(table.texts()[i]);
   }
-
-  int add(std::string_view text, uint32_t hash) {
-    strings_.push_back(arena_.add(text));
-    index_.insert(hash, size() - 1);
-    return size() - 1;
-  }
-
-  int number(std::string_view text) {
-    const uint32_t hash = hash_bytes(text);
-    const int known = find(text, hash);
-    return known >= 0 ? known : add(text, hash);
-  }
-
-  // The strings in byte order; `rank` becomes the map from the numbers so far to the places in that order.
-  std::vector<const char*> sorted(std::vector<int>& rank) {
-    index_.clear();
-    std::vector<const char*> result(strings_.size());
-    rank.resize(strings_.size());
-    int place = 0;
-    for (const uint32_t i : sorted_order(strings_)) {
-      result[static_cast<size_t>(place)] = strings_[i];
-      rank[i] = place++;
-    }
-    strings_ = {};
-    return result;
-  }
-
-  // The memory of the strings, for whoever keeps them.
-  StringArena take_arena() { return std::move(arena_); }
-
- private:
-  StringArena arena_;
-  std::vector<const char*> strings_;
-  StringIndex index_;
-};
+  return result;
+}
 
 struct pair_t {
   int tag;  // -1: not to be used, after a fault that was passed over
@@ -98,7 +65,7 @@ struct pair_t {
 
 // The lines of the file, from the first pass to the third.
 struct lexicon_lines_t {
-  StringPool lemmas;
+  StringTable lemmas;
   StringArena word_strings;
   std::vector<const char*> words;
   std::vector<size_t> line_end;  // parallel to words: index in pairs behind the line's last pair
@@ -106,10 +73,6 @@ struct lexicon_lines_t {
 
   size_t line_start(size_t i) const { return i == 0 ? 0 : line_end[i - 1]; }
 };
-
-void say(const Progress& progress, std::string_view text) {
-  if (progress) progress(text);
-}
 
 // ---- First pass
 
@@ -122,7 +85,7 @@ class TagReader {
     while (next_word_tags_lemmas(reader, fields)) collect_line(fields);
   }
 
-  StringPool take_tags() { return std::move(tags_); }
+  StringTable take_tags() { return std::move(tags_); }
 
  private:
   // False at the end of the file.
@@ -155,7 +118,7 @@ class TagReader {
 
   lexicon_lines_t& lines_;
   LexiconFaults& faults_;
-  StringPool tags_;
+  StringTable tags_;
   int64_t line_ = 0;
 };
 
@@ -167,16 +130,16 @@ Tagset read_tags(LineReader& reader, const std::string& sentence_tag, const Prog
   TagReader tag_reader(lines, faults);
   tag_reader.read(reader);
 
-  StringPool pool = tag_reader.take_tags();
+  StringTable table = tag_reader.take_tags();
   std::vector<int> rank;
-  std::vector<const char*> names = pool.sorted(rank);
+  std::vector<const char*> names = sorted(table, rank);
   for (pair_t& pair : lines.pairs)
     if (pair.tag >= 0) pair.tag = rank[static_cast<size_t>(pair.tag)];
-  const auto place = std::find_if(names.begin(), names.end(),
-                                  [&](const char* name) { return sentence_tag == name; });
+  const auto place =
+      std::find_if(names.begin(), names.end(), [&](const char* name) { return sentence_tag == name; });
   const int sent_tag = place != names.end() ? static_cast<int>(place - names.begin()) : -1;
   if (sent_tag < 0) faults.no_sentence_tag(sentence_tag.c_str());
-  return {std::move(names), sent_tag, pool.take_arena()};
+  return {std::move(names), sent_tag, std::move(table).take_arena()};
 }
 
 // ---- Second pass
@@ -184,9 +147,9 @@ Tagset read_tags(LineReader& reader, const std::string& sentence_tag, const Prog
 LemmaTable read_lemmas(const Progress& progress, lexicon_lines_t& lines) {
   say(progress, "\t\treading the lemmas ...\n");
   std::vector<int> rank;
-  std::vector<const char*> lemmas = lines.lemmas.sorted(rank);
+  std::vector<const char*> lemmas = sorted(lines.lemmas, rank);
   for (pair_t& pair : lines.pairs) pair.lemma = rank[static_cast<size_t>(pair.lemma)];
-  return {std::move(lemmas), lines.lemmas.take_arena()};
+  return {std::move(lemmas), std::move(lines.lemmas).take_arena()};
 }
 
 // ---- Third pass
@@ -304,16 +267,15 @@ TrainingLexicon read_lexicon(LineReader& reader, const std::string& sentence_tag
 
 }  // namespace
 
-TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag, const Progress& progress,
-                                  LexiconFaults& faults) {
+TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag,
+                                  const Progress& progress, LexiconFaults& faults) {
   const auto open = [](const char* name) {
     File file(std::fopen(name, "rt"));
     if (file == nullptr) fail("Can't open lexicon file: %s\n\n", name);
     return file;
   };
-  return with_lines(input, open, [&](LineReader reader) {
-    return read_lexicon(reader, sentence_tag, progress, faults);
-  });
+  return with_lines(input, open,
+                    [&](LineReader reader) { return read_lexicon(reader, sentence_tag, progress, faults); });
 }
 
 }  // namespace orvelle

@@ -52,7 +52,7 @@ class LexiconFaults {
 
 // Reads the whole file: probabilities, frequencies and counts are 0. A file that cannot be opened is "Can't open lexicon
 // file: %s\n\n".
-TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag, const Progress& progress,
-                                  LexiconFaults& faults);
+TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag,
+                                  const Progress& progress, LexiconFaults& faults);
 
 }  // namespace orvelle

@@ -47,7 +47,7 @@ void for_each_open_class(std::string_view text, const std::function<void(int64_t
 
 std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,
                                     OpenClassFaults& faults) {
-  if (progress) progress("\t\treading the open class tags ...\n");
+  say(progress, "\t\treading the open class tags ...\n");
   std::vector<char> Open_Class(static_cast<size_t>(tagset.Number_of_Tags), 0);
   const auto take = [&](int64_t line, const char* name) {
     const int tag = tagset.find_tag(name);

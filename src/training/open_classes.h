@@ -19,13 +19,14 @@ class OpenClassFaults {
  public:
   virtual ~OpenClassFaults() = default;
 
-  virtual void unreadable(const char* name);                   // throws "Can't open open-class file: %s\n\n"
-  virtual void unknown_name(int64_t line, const char* name);   // throws unknown_tag(name)
-  virtual void read_error() {}                                 // the names up to there count
+  virtual void unreadable(const char* name);                  // throws "Can't open open-class file: %s\n\n"
+  virtual void unknown_name(int64_t line, const char* name);  // throws unknown_tag(name)
+  virtual void read_error() {}                                // the names up to there count
 };
 
 // Calls `action(line, name)` for each name in the text of an open-class file; a name ends for it at a NUL.
-void for_each_open_class(std::string_view text, const std::function<void(int64_t line, const char* name)>& action);
+void for_each_open_class(std::string_view text,
+                         const std::function<void(int64_t line, const char* name)>& action);
 
 // For each tag number 1 if the file lists the tag, else 0: `Open_Class`.
 std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,

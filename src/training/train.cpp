@@ -14,14 +14,6 @@
 
 namespace orvelle {
 
-namespace {
-
-void say(const Progress& progress, const char* text) {
-  if (progress) progress(text);
-}
-
-}  // namespace
-
 TrainedModel train(const TrainingInputs& inputs, const Settings& settings, const Progress& progress,
                    const Warn& warn) {
   LexiconFaults lexicon_faults;
@@ -32,8 +24,7 @@ TrainedModel train(const TrainingInputs& inputs, const Settings& settings, const
       read_open_classes(inputs.open_classes, lexicon.tagset, progress, open_class_faults);
 
   say(progress, "\tcalculating tag frequencies ...\n");
-  CorpusCounts corpus =
-      count_corpus(inputs.corpus, lexicon, settings.Context_Size, progress, corpus_faults);
+  CorpusCounts corpus = count_corpus(inputs.corpus, lexicon, settings.Context_Size, progress, corpus_faults);
   filter_tags(lexicon, settings.Lex_Threshold);
   set_relative_frequencies(lexicon);
 
@@ -66,7 +57,7 @@ Model make_model(TrainedModel trained) {
   tables->fullex = std::move(trained.fullex);
   tables->affixes = std::move(trained.affixes);
   tables->Context_Tree = make_context_tree(trained.tree);
-  return Model(std::move(tables));
+  return ModelAccess::make_model(std::move(tables));
 }
 
 }  // namespace orvelle

@@ -43,7 +43,7 @@ chain_start_t make_root(const NGramTable& ngrams, int number_of_tags, GrownTree&
 
 GrownTree make_tree(const NGramTable& ngrams, const Settings& settings, int number_of_tags,
                     const Progress& progress) {
-  if (progress) progress("\tmaking decision tree ...\n");
+  say(progress, "\tmaking decision tree ...\n");
   GrownTree tree;
   tree.Context_Size = settings.Context_Size;
   tree.Smoothing_Weight = settings.Smoothing_Weight;

@@ -42,7 +42,7 @@ struct node_t {
 struct GrownTree {
   int Context_Size = 0;
   double Smoothing_Weight = 0.0;
-  std::deque<node_t> nodes;      // the root first
+  std::deque<node_t> nodes;       // the root first
   std::vector<double> root_prob;  // distribution of the root, indexed by tag
 };
 

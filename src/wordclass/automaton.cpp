@@ -40,7 +40,8 @@ bool read_number(FILE* file, int& number) {
   if (c == '-' || c == '+') c = std::getc(file);
   const bool has_digits = is_digit(static_cast<char>(c));
   int64_t value = 0;
-  for (; is_digit(static_cast<char>(c)); c = std::getc(file)) value = std::min(10 * value + (c - '0'), -int64_t{INT_MIN});
+  for (; is_digit(static_cast<char>(c)); c = std::getc(file))
+    value = std::min(10 * value + (c - '0'), -int64_t{INT_MIN});
   std::ungetc(c, file);
   number = static_cast<int>(std::min(negative ? -value : value, int64_t{INT_MAX}));
   return has_digits;

@@ -62,7 +62,7 @@ WordClasses::WordClasses(Automaton automaton, const Lexicon& lexicon, int number
   for (size_t m = 0; m < rows.size(); ++m) {
     const double sum = std::accumulate(rows[m].begin(), rows[m].end(), 0.0);
     if (sum == 0.0) {
-      warn(formatted("\nWARNING: no lexicon entry for word class %zu!\n", m));
+      if (warn) warn(formatted("\nWARNING: no lexicon entry for word class %zu!\n", m));
       continue;
     }
     normalise(rows[m], sum);

@@ -1,21 +1,37 @@
 // orvelle check: what it finds, and that its verdict is the trainer's.
-#include "commands/program.h"
+#include <random>
+#include <set>
+#include <sstream>
+
+#include "commands/command_test.h"
 
 namespace orvelle {
 namespace {
 
 const std::string Lexicon = "the\tDT the\n.\tSENT .\ndog\tNN dog\nwalking\tVVG walk\tNN walking\n";
 const std::string Corpus = "the\tDT\ndog\tNN\nwalking\tVVG\n.\tSENT\n";
+constexpr int Damaged_Files = 300;
 const std::string Long(9999, 'x');  // one byte more than a line may have, with its LF
 
-class CheckTest : public ProgramTest {
+class CheckTest : public CommandTest {
  protected:
+  // No line stands twice, and those of a severity are as many as the last line says.
+  static void expect_each_finding_once(const std::string& out) {
+    std::istringstream lines(out);
+    std::multiset<std::string> seen;
+    for (std::string line; std::getline(lines, line);) seen.insert(line);
+    for (const std::string& line : seen) EXPECT_EQ(seen.count(line), 1u) << line;
+    const std::string totals = std::to_string(count_of(out, ": error: ")) + " errors, " +
+                               std::to_string(count_of(out, ": warning: ")) + " warnings: ";
+    EXPECT_NE(out.find("\n" + totals), std::string::npos) << out;
+  }
+
   result_t check(const std::string& lexicon, const std::string& open, const std::string& corpus,
                  const std::string& options = "") {
     dir_.write("lex", lexicon);
     dir_.write("open", open);
     dir_.write("corpus", corpus);
-    return run("$orvelle check " + options + " lex open corpus");
+    return orvelle("check " + options + " lex open corpus");
   }
 };
 
@@ -31,6 +47,8 @@ TEST_F(CheckTest, FindsWhatTheTrainerStopsAtAndAgreesWithIt) {
       {"empty line", Lexicon + "\n", "NN", Corpus, "lex:5: error: no tag"},
       {"no lemma", "cat\tJJ\n" + Lexicon, "NN", Corpus, "lex:1: error: tag JJ has no lemma"},
       {"tag twice", Lexicon + "cat\tNN a\tJJ b\tNN c\n", "NN", Corpus,
+       "lex:5: error: tag NN stands twice for 'cat'"},
+      {"tag three times", Lexicon + "cat\tNN a\tNN b\tNN c\n", "NN", Corpus,
        "lex:5: error: tag NN stands twice for 'cat'"},
       {"form twice", Lexicon + "dog\tJJ dog\n", "NN", Corpus,
        "lex:5: error: word form 'dog' stands in line 3"},
@@ -61,6 +79,8 @@ TEST_F(CheckTest, FindsWhatTheTrainerStopsAtAndAgreesWithIt) {
        "corpus:1: error: neither empty nor a token"},
       {"NUL in the lexicon", bytes("a\0\tDT a\n") + Lexicon, "NN", Corpus, "lex:1: error: no tag"},
       {"long form", Lexicon, "NN", Long + "\tNN\n", "corpus:1: error: no tag"},
+      {"long line cut behind a CR", Lexicon, "NN", Corpus + std::string(9999, '\r') + "\n",
+       "corpus:5: error: neither empty nor a token"},
       {"long line, LF cut off", Lexicon, "NN", "a\tNN " + Long.substr(5) + "\n",
        "corpus:1: warning: 10000 bytes"},
       {"long lexicon line", Lexicon + "a\tNN " + Long.substr(5) + "\n", "NN", Corpus, "lex:5: error: no tag"},
@@ -77,58 +97,77 @@ TEST_F(CheckTest, FindsWhatTheTrainerStopsAtAndAgreesWithIt) {
        "corpus: warning: the sentence tag"},
       {"unused tag", Lexicon + "x\tFW x\n", "NN", Corpus, "lex:5: warning: tag FW does not occur"},
       {"empty corpus", Lexicon, "NN", "", "corpus: warning: too few tokens"},
+      {"six bytes", "sixsix\tDT x\n" + Lexicon, "DT", Corpus, ""},
       {"no long word", Lexicon, "DT", Corpus, "open: warning: no word form of 6 bytes or more"},
   };
   for (const auto& c : cases) {
     const result_t result = check(c.lexicon, c.open, c.corpus);
-    EXPECT_EQ(result.status, run("$train -quiet lex open corpus par").status) << c.name;
+    EXPECT_EQ(result.status, train() != "(no error)") << c.name;
     EXPECT_NE(result.out.find(c.finding), std::string::npos) << c.name << "\n" << result.out;
     EXPECT_EQ(result.out.find("warning: ") == std::string::npos && result.status == 0, c.finding.empty())
         << result.out;
     EXPECT_EQ(result.err, "") << c.name;
+    expect_each_finding_once(result.out);
   }
 }
 
 // Random damage to sound files: the verdict is still the trainer's.
 TEST_F(CheckTest, AgreesWithTheTrainerOnDamagedFiles) {
   const std::string damage = bytes(" \t\r\n\0x.N");
-  unsigned seed = 1;
-  const auto random = [&seed](size_t n) { return (seed = seed * 1103515245 + 12345) / 65536 % n; };
+  std::mt19937 random(1);
   int stopped = 0;
-  for (int i = 0; i < 120; ++i) {
+  for (int i = 0; i < Damaged_Files; ++i) {
     std::string texts[] = {Lexicon, "NN VVG\n", Corpus};
-    std::string& text = texts[random(3)];
-    for (size_t k = random(3) + 1; k > 0; --k) text[random(text.size())] = damage[random(damage.size())];
+    std::string& text = texts[random() % 3];
+    for (size_t k = random() % 3 + 1; k > 0; --k)
+      text[random() % text.size()] = damage[random() % damage.size()];
     const int status = check(texts[0], texts[1], texts[2]).status;
-    ASSERT_EQ(status, run("$train -quiet lex open corpus par").status) << texts[0] << texts[1] << texts[2];
+    ASSERT_EQ(status, train() != "(no error)") << texts[0] << texts[1] << texts[2];
     stopped += status;
   }
-  EXPECT_GT(stopped, 20);
-  EXPECT_LT(stopped, 100);
+  EXPECT_GT(stopped, Damaged_Files / 6);
+  EXPECT_LT(stopped, Damaged_Files * 5 / 6);
+}
+
+TEST_F(CheckTest, SumsUp) {
+  std::string corpus = times(2, "the\tDT\ndog\tNN\n.\tSENT\n") + "dog\tVVG\n1,000\tNN\n";
+  EXPECT_EQ(check(Lexicon, "NN VVG NN", corpus).out,
+            "corpus:7: warning: the entry of 'dog' lacks the tag VVG\n"
+            "lexicon       4 word forms, 4 tags\n"
+            "open classes  2 tags\n"
+            "corpus        8 tokens, 2 sentence ends\n"
+            "   75.00%     the entry of the form lists the tag\n"
+            "   12.50%     the entry of the form lacks the tag\n"
+            "   12.50%     numbers without an entry of their own\n"
+            "    0.00%     no entry\n"
+            "0 errors, 1 warnings: the training would run\n");
+  // A line may have 9999 bytes with its LF, a name of an open class 999.
+  const auto line = [](size_t size) { return "a\tNN " + std::string(size - 6, 'x') + "\n"; };
+  EXPECT_EQ(count_of(check(Lexicon, "NN", line(9999) + Corpus).out, "9999 bytes"), 0);
+  EXPECT_NE(check(Lexicon, "NN", line(10000) + Corpus)
+                .out.find("corpus:1: warning: 10000 bytes are read as 2 lines\n"),
+            std::string::npos);
+  const std::string name(999, 't');
+  EXPECT_EQ(check(Lexicon + "t\t" + name + " t\n", name, Corpus + "t\t" + name + "\n").status, 0);
 }
 
 TEST_F(CheckTest, ShowsTheFirstOfAKindAndCountsTheRest) {
   std::string corpus = Corpus;
   for (int i = 0; i < 8; ++i) corpus += "dog\tXX\n";
-  const auto count = [](const std::string& text, const std::string& part) {
-    int n = 0;
-    for (size_t at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++n;
-    return n;
-  };
   const result_t some = check(Lexicon, "NN", corpus), all = check(Lexicon, "NN", corpus, "--all");
-  EXPECT_EQ(count(some.out, "the tag of 'dog'"), 5);
+  EXPECT_EQ(count_of(some.out, "the tag of 'dog'"), 5);
   EXPECT_NE(some.out.find("corpus: error: 3 more tokens with a tag that the lexicon lacks\n"),
             std::string::npos);
-  EXPECT_EQ(count(all.out, "the tag of 'dog'"), 8);
+  EXPECT_EQ(count_of(all.out, "the tag of 'dog'"), 8);
   EXPECT_EQ(all.out.find(" more "), std::string::npos);
   EXPECT_NE(all.out.find("8 errors, 0 warnings: the training would stop\n"), std::string::npos) << all.out;
 }
 
 TEST_F(CheckTest, TakesTheSentenceTagAndStandardInput) {
   check(Lexicon, "NN", Corpus);
-  EXPECT_EQ(run("$orvelle check --sentence-tag NN lex open - <corpus").status, 0);
-  EXPECT_EQ(run("$orvelle check --sentence-tag XX lex open corpus").status, 1);
-  const result_t folder = run("$orvelle check lex open .");
+  EXPECT_EQ(orvelle("check --sentence-tag NN lex open -", Corpus).status, 0);
+  EXPECT_EQ(orvelle("check --sentence-tag XX lex open corpus").status, 1);
+  const result_t folder = orvelle("check lex open .");
   EXPECT_EQ(folder.status, 1);
   EXPECT_EQ(folder.err, "orvelle check: can't read .: Is a directory\n");
 }

@@ -1,10 +1,44 @@
 // The program `orvelle` as such: options, help, standard streams, failing outputs.
-#include "commands/program.h"
+#include "commands/command_test.h"
 
 namespace orvelle {
 namespace {
 
-using FrameTest = ProgramTest;
+using FrameTest = CommandTest;
+
+TEST_F(FrameTest, CommandLinesAreReadAsTheirCommandTakesThem) {
+  const struct {
+    const char* arguments;
+    int status;
+    const char* err;  // all of it, but for the command's name before it
+  } cases[] = {
+      {"check", 2, "check: which file?\n"},
+      {"check a b", 2, "check: too few file names\n"},
+      {"show a b", 2, "show: one file name too many: b\n"},
+      {"show --bets 3 a", 2, "show: no such option: --bets\n"},
+      {"show -all a", 2, "show: no such option: -all\n"},
+      {"show --all=yes a", 2, "show: --all takes no value\n"},
+      {"show a --word", 2, "show: --word lacks its FORM\n"},
+      {"show --best 3x a", 2, "show: --best takes a whole number from 0 to 1000000000, not '3x'\n"},
+      {"show --best 1000000001 a", 2,
+       "show: --best takes a whole number from 0 to 1000000000, not '1000000001'\n"},
+      {"prepare --held-out nan", 2, "prepare: --held-out takes a number from 0 to 0.9, not 'nan'\n"},
+      {"prepare --held-out 0.91", 2, "prepare: --held-out takes a number from 0 to 0.9, not '0.91'\n"},
+      {"prepare --tag pos", 2, "prepare: --tag is one of xpos, upos, upos+feats, not 'pos'\n"},
+      {"prepare --sentence-tag 'A B'", 2, "prepare: --sentence-tag is one word\n"},
+      {"tag --jobs 0 a", 2, "tag: --jobs takes a whole number from 1 to 1024, not '0'\n"},
+      {"tune --folds 1 a b c", 2, "tune: --folds takes a whole number from 2 to 100, not '1'\n"},
+      {"show --no-file -- --all", 2, "show: no such option: --no-file\n"},
+      {"check --all a b c", 1, "check: can't open a: No such file or directory\n"},
+  };
+  for (const auto& c : cases) {
+    const result_t result = orvelle(c.arguments);
+    EXPECT_EQ(result.status, c.status) << c.arguments;
+    EXPECT_EQ(result.err, std::string("orvelle ") + c.err) << c.arguments;
+    EXPECT_EQ(result.out, "") << c.arguments;
+  }
+  EXPECT_EQ(orvelle("show -- --all").err, "\nERROR: Can't open for reading: --all\naborted.\n");
+}
 
 TEST_F(FrameTest, MisuseIsStatus2AndHelpIsStatus0) {
   const struct {
@@ -16,28 +50,11 @@ TEST_F(FrameTest, MisuseIsStatus2AndHelpIsStatus0) {
       {"frobnicate", 2, "orvelle: no such command: frobnicate\nTry 'orvelle --help'.\n"},
       {"--frobnicate", 2, "orvelle: no such option: --frobnicate\nTry 'orvelle --help'.\n"},
       {"help frobnicate", 2, "orvelle: no such command: frobnicate\nTry 'orvelle --help'.\n"},
-      {"check", 2, "orvelle check: which file?\nTry 'orvelle check --help'.\n"},
       {"check a b", 2, "orvelle check: too few file names\nTry 'orvelle check --help'.\n"},
-      {"show a b", 2, "orvelle show: one file name too many: b\nTry 'orvelle show --help'.\n"},
-      {"show --bets 3 a", 2, "orvelle show: no such option: --bets\nTry 'orvelle show --help'.\n"},
-      {"show -all a", 2, "orvelle show: no such option: -all\nTry 'orvelle show --help'.\n"},
-      {"show --all=yes a", 2, "orvelle show: --all takes no value\nTry 'orvelle show --help'.\n"},
-      {"show a --word", 2, "orvelle show: --word lacks its FORM\nTry 'orvelle show --help'.\n"},
-      {"show --best 3x a", 2,
-       "orvelle show: --best takes a whole number from 0 to 1000000000, not '3x'\nTry 'orvelle show "
-       "--help'.\n"},
-      {"prepare --held-out nan", 2,
-       "orvelle prepare: --held-out takes a number from 0 to 0.9, not 'nan'\nTry 'orvelle prepare "
-       "--help'.\n"},
-      {"prepare --tag pos", 2,
-       "orvelle prepare: --tag is one of xpos, upos, upos+feats, not 'pos'\nTry 'orvelle prepare --help'.\n"},
-      {"show --no-file -- --all", 2, "orvelle show: no such option: --no-file\nTry 'orvelle show --help'.\n"},
-      {"show -- --all", 1, "\nERROR: Can't open for reading: --all\naborted.\n"},
       {"check --all a b c", 1, "orvelle check: can't open a: No such file or directory\n"},
+      {"show missing", 1, "\nERROR: Can't open for reading: missing\naborted.\n"},
       {"--help >/dev/full", 1, "orvelle: can't write standard output: No space left on device\n"},
-      {"check --help", 0, ""},
-      {"help prepare", 0, ""},
-      {"--version", 0, ""},
+      {"tag --version", 0, ""},
   };
   for (const auto& c : cases) {
     const result_t result = run(std::string("$orvelle ") + c.arguments);
@@ -48,13 +65,15 @@ TEST_F(FrameTest, MisuseIsStatus2AndHelpIsStatus0) {
 }
 
 TEST_F(FrameTest, ListsEveryCommandWithAHelpOfItsOwn) {
+  const std::string overview = run("$orvelle --help").out;
   for (const char* name : {"prepare", "check", "tune", "tag", "evaluate", "show"}) {
-    EXPECT_NE(run("$orvelle --help").out.find(std::string("\n  ") + name + " "), std::string::npos);
-    EXPECT_EQ(run(std::string("$orvelle help ") + name).out.find(std::string("Usage: orvelle ") + name), 0u);
-    EXPECT_EQ(run(std::string("$orvelle ") + name + " --help").out,
-              run(std::string("$orvelle help ") + name).out);
-    EXPECT_EQ(run(std::string("$orvelle ") + name + " --version").out, run("$orvelle --version").out);
+    EXPECT_NE(overview.find(std::string("\n  ") + name + " "), std::string::npos);
+    const std::string help = run(std::string("$orvelle ") + name + " --help").out;
+    EXPECT_EQ(help.find(std::string("Usage: orvelle ") + name), 0u);
+    EXPECT_EQ(help.find("--jobs") != help.npos, name[0] == 't' || name[0] == 'e') << help;
   }
+  EXPECT_EQ(run("$orvelle help tag; $orvelle --version").out,
+            run("$orvelle tag --help; $orvelle show --version").out);
 }
 
 }  // namespace

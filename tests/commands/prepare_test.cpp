@@ -1,5 +1,5 @@
 // orvelle prepare: the files that it makes, and that the trainer takes them.
-#include "commands/program.h"
+#include "commands/command_test.h"
 
 namespace orvelle {
 namespace {
@@ -18,12 +18,12 @@ struct files_t {
   std::string lexicon, open, corpus;
 };
 
-class PrepareTest : public ProgramTest {
+class PrepareTest : public CommandTest {
  protected:
   result_t prepare(const std::string& text, const std::string& options = "") {
     dir_.write("in", text);
-    run("rm -rf made");
-    return run("$orvelle prepare --into made " + options + " in");
+    std::filesystem::remove_all(dir_.path("made"));
+    return orvelle("prepare --into made " + options + " in");
   }
   files_t made() const {
     return {read_file(dir_.path("made/lexicon")), read_file(dir_.path("made/open-classes")),
@@ -70,6 +70,21 @@ TEST_F(PrepareTest, MakesWhatTheTrainerTakes) {
        "--only-last",
        {".\tP .\tSENT .\na\tX a\n", "", ".\tP\na\tX\n.\tSENT\n"}},
       {"other ends", ".\tP\n;\tP\n", "--sentence-end ';'", {".\tP .\n;\tSENT ;\n", "", ".\tP\n;\tSENT\n"}},
+      {"open where most tokens are",  // of H half the tokens, of M two of three
+       row("1", "a", "a", "NOUN", "H") + row("2", "a", "a", "X", "H") + row("3", "b", "b", "PROPN", "M") +
+           row("4", "b", "b", "INTJ", "M") + row("5", "b", "b", "AUX", "M") + row("6", "c", "c", "ADV", "C") +
+           row("7", "d", "d", "ADJ", "D") + row("8", ".", ".", "NOUN", "."),
+       "",
+       {".\tSENT .\na\tH a\nb\tM b\nc\tC c\nd\tD d\n", "C\nD\nM\n",
+        "a\tH\na\tH\nb\tM\nb\tM\nb\tM\nc\tC\nd\tD\n.\tSENT\n"}},
+      {"open by forms seen once",  // X has two of them, Y one, Z none
+       "a\tX\nb\tX\nc\tY\nd\tZ\nd\tZ\n.\tSENT\n",
+       "--once 1",
+       {".\tSENT .\na\tX a\nb\tX b\nc\tY c\nd\tZ d\n", "X\n", "a\tX\nb\tX\nc\tY\nd\tZ\nd\tZ\n.\tSENT\n"}},
+      {"a guess behind a comment",
+       "# x\na\tX\ta\n.\tSENT\t.\n",
+       "",
+       {".\tSENT .\na\tX a\n", "", "a\tX\n.\tSENT\n"}},
   };
   for (const auto& c : cases) {
     const result_t result = prepare(c.text, c.options);
@@ -79,8 +94,8 @@ TEST_F(PrepareTest, MakesWhatTheTrainerTakes) {
     EXPECT_EQ(files.open, c.files.open) << c.name;
     EXPECT_EQ(files.corpus, c.files.corpus) << c.name;
     const std::string sentence_tag = files.corpus.find("\tEND") != std::string::npos ? "END" : "SENT";
-    EXPECT_EQ(run("$train -st " + sentence_tag + " made/lexicon made/open-classes made/corpus par").status, 0)
-        << c.name;
+    dir_.write("lex", files.lexicon), dir_.write("open", files.open), dir_.write("corpus", files.corpus);
+    EXPECT_EQ(train("-st " + sentence_tag), "(no error)") << c.name;
   }
 }
 
@@ -100,14 +115,16 @@ TEST_F(PrepareTest, RefusesWithFileAndLineAndWritesNothing) {
       {"NUL", bytes("a\tX\nb\0\tX\n.\tSENT\n"), "", "in:2: refused: a NUL byte"},
       {"no TAB", ".\tSENT\nword tag\n", "", "in:2: refused: no TAB between form and tag"},
       {"no tag", ".\tSENT\nword\t \n", "", "in:2: refused: no tag for 'word'"},
-      {"long form", std::string(10000, 'x') + "\tX\n.\tSENT\n", "", "in:1: refused: a word form too long"},
+      {"long form", std::string(9997, 'x') + "\tX\n.\tSENT\n", "", "in:1: refused: a word form too long"},
       {"long tag", "a\t" + std::string(1000, 'x') + "\n.\tSENT\n", "",
        "in:1: refused: a tag of more than 999 bytes"},
       {"long lemma", "a\tX\t" + std::string(10000, 'x') + "\n.\tSENT\n", "",
        "the entry of 'a' would be longer"},
       {"folder", "", ".", "can't read .: Is a directory"},
       {"bad lexicon", Sentence, "--lexicon bad", "bad:2: refused: tag NN has no lemma"},
+      {"blank form in a lexicon", Sentence, "--lexicon blank", "blank:1: refused: an empty word form"},
   };
+  dir_.write("blank", "\f\v\tNN x\n");
   dir_.write("bad", "a\tDT a\ncat\tNN\n");
   for (const auto& c : cases) {
     const result_t result = prepare(c.text, c.options);
@@ -138,17 +155,30 @@ TEST_F(PrepareTest, SetsSentencesAsideEvenly) {
   EXPECT_EQ(read_file(dir_.path("made/test")), "w4\tX\n.\tSENT\n\nw9\tX\n.\tSENT\n\n");
   EXPECT_EQ(made().lexicon.find("w4"), std::string::npos);
   EXPECT_NE(made().corpus.find("w3\tX\n.\tSENT\nw5\tX\n"), std::string::npos);
+  // Without empty lines the sentence tag tells where sentences end, and the end of the file.
+  const result_t marked = prepare("a\tX\n.\tSENT\nb\tX\n.\tSENT\nc\tX\n.\tSENT\nd\tX\n", "--held-out 0.5");
+  EXPECT_EQ(read_file(dir_.path("made/test")), "b\tX\n.\tSENT\n\nd\tX\n\n");
+  EXPECT_EQ(made().corpus, "a\tX\n.\tSENT\nc\tX\n.\tSENT\n");
+  EXPECT_EQ(marked.out,
+            "made/lexicon: 3 word forms, 2 tags\nmade/open-classes: 0 tags\n"
+            "made/corpus: 4 tokens in 2 sentences\nmade/test: 3 tokens in 2 sentences\n");
 }
 
 TEST_F(PrepareTest, MergesALexiconAndKeepsItsInputs) {
   dir_.write("more", "dogs\tVBZ dog\tNNS hound\nemu\tNN emu\n");
   ASSERT_EQ(prepare(Sentence, "--lexicon more").status, 0);
   EXPECT_EQ(made().lexicon, ".\tSENT .\nThe\tDT the\ndogs\tNNS dog\tVBZ dog\nemu\tNN emu\nsaw\tVBD see\n");
+  // It neither outvotes the lemmas of the tokens nor is it outvoted where they have none.
+  dir_.write("more", "a\tX 2\nb\tX 2\n");
+  ASSERT_EQ(prepare("a\tX\t1\nb\tX\n.\tSENT\n", "--lexicon more --lexicon more").status, 0);
+  EXPECT_EQ(made().lexicon, ".\tSENT .\na\tX 1\nb\tX 2\n");
   dir_.write("corpus", Sentence);
-  EXPECT_EQ(run("$orvelle prepare corpus").err,
+  EXPECT_EQ(orvelle("prepare corpus").err,
             "orvelle prepare: corpus would be overwritten; choose another folder with --into\n");
   EXPECT_EQ(read_file(dir_.path("corpus")), Sentence);
-  EXPECT_EQ(run("$orvelle prepare --into there - <corpus").status, 0);
+  EXPECT_EQ(orvelle("prepare --into there - in", Sentence).status, 0);  // two inputs
+  EXPECT_EQ(read_file(dir_.path("there/corpus")),
+            "The\tDT\ndogs\tNNS\nsaw\tVBD\n.\tSENT\na\tX\nb\tX\n.\tSENT\n");
 }
 
 }  // namespace

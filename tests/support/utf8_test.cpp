@@ -1,6 +1,5 @@
-#include "support/utf8.h"
-
 #include <gtest/gtest.h>
+#include <orvelle/utf8.h>
 
 #include <bit>
 #include <string>
@@ -42,17 +41,19 @@ TEST(Utf8, DecodesTheFirstCharacter) {
   for (const auto& row : cases) {
     SCOPED_TRACE(testing::PrintToString(row.bytes));
     size_t length = Untouched;
-    uint32_t code_point = 0;
-    EXPECT_EQ(stderr_of([&] { code_point = utf8_get_char(row.bytes, &length); }), row.warning);
-    EXPECT_EQ(code_point, row.code_point);
+    std::string warning;
+    EXPECT_EQ(utf8_get_char(row.bytes, &length, into(warning)), row.code_point);
     EXPECT_EQ(length, row.length);
-    EXPECT_EQ(stderr_of([&] { EXPECT_EQ(utf8_get_char(row.bytes), row.code_point); }), row.warning);
+    EXPECT_EQ(warning, row.warning);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(utf8_get_char(row.bytes), row.code_point);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), row.warning);
   }
 }
 
-// Every code point that has a form: the shortest one, told by the number of payload bits, and back again.
+// Code points that have a form, up to U+10FFF all: the shortest one, told by the number of payload bits, and back again.
 TEST(Utf8, EveryCodePointSurvives) {
-  for (uint32_t u = 1; u < Code_Point_End; ++u) {
+  for (uint32_t u = 1; u < Code_Point_End; u += u < 0x11000 ? 1 : 61) {
     char buffer[6] = "zzzzz";
     const int bits = std::bit_width(u);
     const int size = unichar_to_utf8(u, buffer);

@@ -1,25 +1,17 @@
-#include "support/word_forms.h"
-
 #include <gtest/gtest.h>
+#include <orvelle/word_forms.h>
 
 #include <random>
 #include <regex>
 #include <string>
 
-#include "driver/settings.h"
-#include "small_lexicon.h"
 #include "test_support.h"
 
 namespace orvelle {
 namespace {
 
-class WordForms : public testing::Test {
- protected:
-  void TearDown() override { UTF8_Processing = 0; }
-};
-
 // The same word in both modes.
-TEST_F(WordForms, Case) {
+TEST(WordForms, Case) {
   struct result_t {
     int upper;
     std::string lower, capital;
@@ -44,62 +36,65 @@ TEST_F(WordForms, Case) {
       {"\xC0\x80Z", {1, "\xE0\x80z", "\xC0\x80Z"}, {0, "", ""}},
   };
   for (const auto& row : cases) {
-    for (int utf8 : {0, 1}) {
+    for (const bool utf8 : {false, true}) {
       SCOPED_TRACE(testing::PrintToString(row.word) + (utf8 ? " as UTF-8" : " as bytes"));
-      UTF8_Processing = utf8;
       const result_t& expected = utf8 ? row.as_utf8 : row.as_bytes;
-      stderr_of([&] {
-        EXPECT_EQ(is_upper(row.word), expected.upper);
-        EXPECT_EQ(all_to_lower(row.word), expected.lower);
-        EXPECT_EQ(cap_word(row.word), expected.capital);
-        // Once more in place, where nothing is left to change.
-        EXPECT_EQ(all_to_lower(all_to_lower(row.word)), expected.lower);
-        EXPECT_EQ(cap_word(cap_word(row.word)), expected.capital);
-      });
+      std::string warnings;
+      const Warn warn = into(warnings);
+      EXPECT_EQ(is_upper(row.word, utf8, warn), expected.upper);
+      EXPECT_EQ(all_to_lower(row.word, utf8, warn), expected.lower);
+      EXPECT_EQ(cap_word(row.word, utf8, warn), expected.capital);
+      EXPECT_TRUE(utf8 || warnings.empty());
+      // Once more, where nothing is left to change.
+      EXPECT_EQ(all_to_lower(expected.lower.c_str(), utf8, warn), expected.lower);
+      EXPECT_EQ(cap_word(expected.capital.c_str(), utf8, warn), expected.capital);
     }
   }
-  EXPECT_EQ(stderr_of([] { is_upper(""); }), "Warning: empty input string in function utf8_get_char!\n");
-}
-
-// At the end of the buffer: 9999 bytes fit, one more does not.
-TEST_F(WordForms, LongWords) {
-  const std::string fits(9999, 'q'), too_long(10000, 'q');
-  std::string capital = fits;
-  capital[0] = 'Q';
-  for (int utf8 : {0, 1}) {
-    UTF8_Processing = utf8;
-    EXPECT_EQ(cap_word(fits.c_str()), capital);
-    EXPECT_NE(all_to_lower(fits.c_str()), fits.c_str());
-    EXPECT_EQ(all_to_lower(fits.c_str()), fits);
-    EXPECT_EQ(all_to_lower(too_long.c_str()), too_long.c_str());
-    if (utf8)
-      EXPECT_EQ(cap_word(too_long.c_str()), too_long.c_str());
-    else
-      EXPECT_EQ(cap_word(too_long.c_str()), capital);
+  std::string warnings;
+  is_upper("", true, into(warnings));
+  EXPECT_EQ(warnings, "Warning: empty input string in function utf8_get_char!\n");
+  all_to_lower("x\xA9\xC3", true, into(warnings = ""));
+  EXPECT_EQ(warnings,
+            "Warning: invalid UTF8 character encountered (2)!\n"
+            "Warning: incomplete utf8 character in function utf8_get_char!\n");
+  for (const bool utf8 : {false, true}) {  // without a word for the decoder nothing is to warn of
+    all_to_lower("", utf8, into(warnings = "")), cap_word("", utf8, into(warnings));
+    EXPECT_EQ(warnings, "");
   }
 }
 
-std::string stripped(const std::string& text, int enabled = 1) {
-  const char* result = strip_xml(text.c_str(), enabled);
-  return result != nullptr ? result : "(null)";
+// 9999 bytes are a word form, one more are not.
+TEST(WordForms, LongWords) {
+  const std::string fits = "q" + std::string(9998, 'Q'), too_long = fits + "Q";
+  const std::string small(9999, 'q'), capital(9999, 'Q');
+  for (const bool utf8 : {false, true}) {
+    EXPECT_EQ(cap_word(fits.c_str(), utf8), capital);
+    EXPECT_EQ(all_to_lower(fits.c_str(), utf8), small);
+    EXPECT_EQ(all_to_lower(too_long.c_str(), utf8), too_long);
+    EXPECT_EQ(cap_word(too_long.c_str(), utf8), utf8 ? too_long : capital);
+  }
 }
 
-TEST_F(WordForms, StripXml) {
+const std::optional<std::string> Nothing;
+
+std::optional<std::string> stripped(const std::string& text, int enabled = 1) {
+  return strip_xml(text.c_str(), enabled);
+}
+
+TEST(WordForms, StripXml) {
   const struct {
-    std::string text, expected;
+    std::string text;
+    std::optional<std::string> expected;
   } cases[] = {
-      {"x<y<z>w", "x<yw"},
-      {"<t>", ""},
-      {"", "(null)"},
-      {"<>a>", "a>"},
+      {"", Nothing},
       {"<b>dog</b>", "dog"},
-      {std::string(9999, '<'), "(null)"},
+      {std::string(9999, '<'), Nothing},
       {std::string(9998, '<') + ">", std::string(9997, '<')},
-      {std::string(9999, 'a') + "<>", "(null)"},  // too long
+      {std::string(9999, 'a') + "<>", Nothing},  // too long
   };
   for (const auto& row : cases) {
     EXPECT_EQ(stripped(row.text), row.expected) << row.text.substr(0, 20);
-    EXPECT_EQ(stripped(row.text, 0), "(null)");
+    EXPECT_EQ(stripped(row.text, 0), Nothing);
   }
   std::mt19937 random(54);
   const std::regex tag("<[^<>]*>");
@@ -107,27 +102,21 @@ TEST_F(WordForms, StripXml) {
     std::string text;
     for (auto left = random() % 12; left > 0; --left) text += "<>/\xE9"[random() % 4];
     const bool has_tag = std::regex_search(text, tag);
-    ASSERT_EQ(stripped(text), has_tag ? std::regex_replace(text, tag, "") : "(null)") << text;
+    ASSERT_EQ(stripped(text), has_tag ? std::optional(std::regex_replace(text, tag, "")) : Nothing) << text;
   }
 }
 
-TEST_F(WordForms, LookupWithoutMarkup) {
-  set_small_lexicon({"NN"}, {{"<p>", {{0, 1.f}}}, {"dog", {{0, 1.f}}}});
-  const struct {
-    const char* word;
-    int strip;
-    const entry_t* expected;
-  } cases[] = {
-      {"dog", 0, &Fullform_Lexicon[1]},
-      {"<b>dog<b>", 1, &Fullform_Lexicon[1]},
-      {"<b>dog<b>", 0, nullptr},
-      {"<p>", 1, &Fullform_Lexicon[0]},
-      {"cat", 1, nullptr},
-      {"<b>cat</b>", 1, nullptr},
-      {"<b>3.</b>", 1, &Fullform_Lexicon[-1]},
-      {"12", 1, &Fullform_Lexicon[-2]},
-  };
-  for (const auto& row : cases) EXPECT_EQ(fullform_lookup2(row.word, row.strip), row.expected) << row.word;
+// Every string of up to four bytes of an alphabet that has all kinds, against regular expressions.
+TEST(WordForms, NumbersAgainstRegularExpressions) {
+  const std::string alphabet = "09 ,.%'+-/:a\x80";
+  const std::regex ordinal("[0-9][0-9 ,]*[.]"), cardinal("[0-9 %'+,./:-]*[0-9][0-9 %'+,./:-]*");
+  for (size_t n = 0; n < alphabet.size() * alphabet.size() * alphabet.size() * 4; ++n) {
+    std::string text;
+    for (size_t rest = n; rest > 0; rest /= alphabet.size() + 1)
+      if (const size_t place = rest % (alphabet.size() + 1)) text += alphabet[place - 1];
+    ASSERT_EQ(ord(text), std::regex_match(text, ordinal)) << text;
+    ASSERT_EQ(card(text), std::regex_match(text, cardinal)) << text;
+  }
 }
 
 }  // namespace

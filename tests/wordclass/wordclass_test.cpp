@@ -1,11 +1,9 @@
-#include "wordclass/wordclass.h"
-
 #include <gtest/gtest.h>
+#include <orvelle/automaton.h>
 
 #include <string>
 
-#include "small_lexicon.h"
-#include "test_support.h"
+#include "sample_file.h"
 
 namespace orvelle {
 namespace {
@@ -57,7 +55,7 @@ TEST(Automaton, ReadsUpToTheFirstTripleThatIsNotWhole) {
   }
 }
 
-TEST(AutomatonDeathTest, RefusesABrokenFile) {
+TEST(Automaton, RefusesABrokenFile) {
   const std::string hundred(100, 'b');
   const struct {
     std::string text, message;
@@ -79,16 +77,21 @@ TEST(AutomatonDeathTest, RefusesABrokenFile) {
       {"0 a 0 0 wordclass -99999999999", "negative number (0 wordclass -2147483648)!"},
       {"2000000000 a 1", "number too large (2000000000 a 1)!"},
       {"99999999999 a 1", "number too large (2147483647 a 1)!"},
+      {"4194305 a 0", "number too large (4194305 a 0)!"},
+      {"0 a 0 0 wordclass 4194306", "number too large (0 wordclass 4194306)!"},
       {"0 a 0 0 wordclass 2147483647", "number too large (0 wordclass 2147483647)!"},
       {"0 a 99999999999999999999", "transition to unknown state 2147483647!"},
       {"0 a 0", "no word class!"},
   };
   for (const auto& row : cases)
     EXPECT_FATAL(automaton_of(row.text), "Error: in transducer file: " + row.message) << row.text;
-  EXPECT_FATAL(read_wordclass(ByteStream("")), "Error: in transducer file: no word class!");
+  Model model = sample_file_t().model();
+  EXPECT_EQ(automaton_of("0 a 0 0 wordclass 4194305").number_of_classes, 4194306);
+  EXPECT_FATAL(model.read_wordclass(ByteStream("")), "Error: in transducer file: no word class!");
+  EXPECT_EQ(model.WA(), nullptr);
 }
 
-TEST(AutomatonDeathTest, AReadErrorIsNotTheEnd) {
+TEST(Automaton, AReadErrorIsNotTheEnd) {
   const TempDir directory;
   FILE* file = std::fopen(directory.path().c_str(), "r");
   ASSERT_NE(file, nullptr);
@@ -112,42 +115,93 @@ TEST(Automaton, TellsEveryByteFromTheOthers) {
   }
 }
 
+using readings_t = std::vector<std::pair<int, float>>;
+
+readings_t readings_of(const entry_t& entry) {
+  readings_t readings;
+  for (int i = 0; entry.data != nullptr && i < entry.data->n; ++i)
+    readings.emplace_back(entry.data->tag[i], entry.data->prob[i]);
+  return readings;
+}
+
+Model model_with_words(const std::vector<sample_entry_t>& words) {
+  sample_file_t sample;
+  sample.tags.push_back("VB");
+  sample.factors.push_back(1.0);
+  sample.set_words(words);
+  return sample.model();
+}
+
 TEST(Wordclass, LexiconHoldsTheDistributionOfEachClass) {
-  set_small_lexicon({"DT", "NN", "SENT", "VB"}, {{"a", {{0, 0.75f}, {3, 0.25f}}},    // class 1
-                                                 {"aa", {{1, 1.f}}},                 // class 1
-                                                 {"b", {{1, 0.995f}, {2, 0.005f}}},  // class 3
-                                                 {"c", {{0, 0.f}}},  // class 4: no probability
-                                                 {"other", {{1, 0.5f}, {2, 0.5f}}}});  // class 0
-  const ByteStream file("0 a 1 0 b 2 0 c 3 1 a 1 3 d 3 1 wordclass 1 2 wordclass 3 3 wordclass 4");
+  Model model = model_with_words({sample_entry("a", {{0, 0.75f}, {3, 0.25f}}, 5),  // class 1
+                                  sample_entry("aa", {{1, 1.f}}, 5),               // class 1
+                                  sample_entry("b", {{1, 0.995f}, {2, 0.005f}}),   // class 3
+                                  sample_entry("c", {{0, 0.f}}),                   // class 4: no probability
+                                  sample_entry("ee", {{1, 100.f}, {2, 1.f}}),  // class 5: at the threshold
+                                  sample_entry("eee", {{0, 3.f}}),             // class 5: above it
+                                  sample_entry("other", {{1, 0.5f}, {2, 0.5f}})});  // class 0
+  std::string warnings;
   const auto warning = [](int m) {
     return "\nWARNING: no lexicon entry for word class " + std::to_string(m) + "!\n";
   };
-  EXPECT_EQ(stderr_of([&] { read_wordclass(file); }), warning(2) + warning(4));
+  model.read_wordclass(ByteStream("0 a 1 0 b 2 0 c 3 0 e 4 1 a 1 3 d 3 4 e 4 1 wordclass 1 2 wordclass 3 "
+                                  "3 wordclass 4 4 wordclass 5"),
+                       into(warnings));
+  EXPECT_EQ(warnings, warning(2) + warning(4));
 
-  using readings_t = std::vector<std::pair<int, float>>;
-  const readings_t expected[] = {
-      {{1, 0.5f}, {2, 0.5f}}, {{0, 0.375f}, {1, 0.5f}, {3, 0.125f}}, {}, {{1, 0.995f}}, {}};
-  ASSERT_EQ(WA->number_of_classes, 5);
-  for (int m = 0; m < 5; ++m) {
-    const entry_t& slot = Wordclass_Lexicon[m];
+  constexpr float sum = 104.f;
+  const readings_t expected[] = {{{1, 0.5f}, {2, 0.5f}},
+                                 {{0, 0.375f}, {1, 0.5f}, {3, 0.125f}},
+                                 {},
+                                 {{1, 0.995f}},
+                                 {},
+                                 {{0, 3.f / sum}, {1, 100.f / sum}}};
+  ASSERT_EQ(model.WA()->number_of_classes, 6);
+  ASSERT_EQ(model.Wordclass_Lexicon().size(), 6u);
+  for (size_t m = 0; m < 6; ++m) {
+    const entry_t& slot = model.Wordclass_Lexicon()[m];
     EXPECT_EQ(slot.word, nullptr);
-    readings_t readings;
-    for (int i = 0; slot.data != nullptr && i < slot.data->n; ++i) {
-      readings.emplace_back(slot.data->tag[i], slot.data->prob[i]);
-    }
-    EXPECT_EQ(readings, expected[m]) << m;
+    EXPECT_EQ(readings_of(slot), expected[m]) << m;
     EXPECT_EQ(slot.data == nullptr, expected[m].empty());
-    EXPECT_TRUE(slot.data == nullptr || slot.data->freq == 0);
+    if (slot.data == nullptr) continue;
+    EXPECT_EQ(slot.data->freq, 0);
+    EXPECT_EQ(slot.data->lemma, nullptr);
+    EXPECT_STREQ(model.lemma(slot, 0), "");
   }
 
   const struct {
     const char* word;
     const entry_t* expected;
-  } lookups[] = {
-      {"b", &Fullform_Lexicon[2]},    {"aaa", &Wordclass_Lexicon[1]}, {"cd", nullptr},
-      {"zzz", &Wordclass_Lexicon[0]}, {"", &Wordclass_Lexicon[0]},    {"3.", &Wordclass_Lexicon[0]}};
-  for (const auto& row : lookups) EXPECT_EQ(fullform_lookup(row.word), row.expected) << row.word;
-  WA = nullptr;  // no other test looks words up by class
+  } lookups[] = {{"b", &model.Fullform_Lexicon(2)},
+                 {"aaa", &model.Wordclass_Lexicon()[1]},
+                 {"cd", nullptr},
+                 {"zzz", &model.Wordclass_Lexicon()[0]},
+                 {"", &model.Wordclass_Lexicon()[0]},
+                 {"3.", &model.Wordclass_Lexicon()[0]}};
+  for (const auto& row : lookups) EXPECT_EQ(model.fullform_lookup(row.word), row.expected) << row.word;
+  EXPECT_EQ(model.fullform_lookup2("<i>b</i>", 1), &model.Wordclass_Lexicon()[0]);
+}
+
+// Each model has its own; they move with it, others replace them, and a file that is refused leaves them.
+TEST(Wordclass, BelongToTheirModel) {
+  const std::vector<sample_entry_t> words = {sample_entry("a", {{0, 1.f}}), sample_entry("b", {{1, 1.f}})};
+  Model with = model_with_words(words), without = model_with_words(words);
+  std::string warnings;
+  with.read_wordclass(ByteStream("0 a 0 0 wordclass 1"), into(warnings));
+  EXPECT_EQ(without.WA(), nullptr);
+  EXPECT_EQ(without.Wordclass_Lexicon().size(), 0u);
+  EXPECT_EQ(without.fullform_lookup("aa"), nullptr);
+  EXPECT_FATAL(with.read_wordclass(ByteStream("0 ab 1")),
+               "Error: in transducer file: illegal symbol \"ab\"!");
+  EXPECT_EQ(readings_of(*with.fullform_lookup("aa")), (readings_t{{0, 1.f}}));
+  const Model moved = std::move(with);
+  EXPECT_EQ(readings_of(*moved.fullform_lookup("aa")), (readings_t{{0, 1.f}}));
+  EXPECT_EQ(readings_of(*moved.fullform_lookup("c")), (readings_t{{1, 1.f}}));
+  without.read_wordclass(ByteStream("0 a 0 0 wordclass 1"), into(warnings));
+  without.read_wordclass(ByteStream("0 b 0 0 wordclass 1"), into(warnings));
+  EXPECT_EQ(readings_of(*without.fullform_lookup("bb")), (readings_t{{1, 1.f}}));
+  EXPECT_EQ(readings_of(*without.fullform_lookup("aa")), (readings_t{{0, 1.f}}));  // class 0
+  EXPECT_EQ(warnings, "");
 }
 
 }  // namespace

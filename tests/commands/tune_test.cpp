@@ -1,0 +1,175 @@
+// orvelle tune: what its trials know of the sentences that they are tried on, and what the search makes of them.
+#include <algorithm>
+#include <cmath>
+#include <random>
+#include <sstream>
+
+#include "commands/command_test.h"
+#include "commands/trials.h"
+
+namespace orvelle {
+namespace {
+
+class TuneTest : public CommandTest {
+ protected:
+  // The right and all words, all, known and unknown ones, of a trial of three folds with the default settings.
+  std::string trial(const std::string& lexicon, const std::string& open, const std::string& corpus) {
+    dir_.write("lex", lexicon), dir_.write("open", open), dir_.write("corpus", corpus);
+    Remarks remarks("test");
+    ProgressLine progress(remarks, "test");
+    std::vector<trial_t> trials(1);
+    Folds("lex", "open", "corpus", "SENT", 3, 1).run(trials, 2, progress);
+    EXPECT_FALSE(trials[0].failed);
+    EXPECT_EQ(trials[0].accuracy.size(), 3u);
+    std::string text;
+    for (const score_t& score : {trials[0].all, trials[0].known, trials[0].unknown})
+      text += std::to_string(score.right) + "/" + std::to_string(score.words) + " ";
+    return text;
+  }
+};
+
+constexpr int Sentences = 24;
+
+// A lexicon of a full stop and of `entry` for each sentence, # being the number of the sentence; the corpus likewise.
+std::string for_each_sentence(const std::string& text, const std::string& of_odd_ones) {
+  std::string result;
+  for (int i = 0; i < Sentences; ++i)
+    for (const char c : i % 2 ? of_odd_ones : text)
+      result += c == '#' ? std::to_string(i) : std::string(1, c);
+  return result;
+}
+
+TEST_F(TuneTest, TrialsKnowWhatTheOtherSentencesShow) {
+  const std::string end = ".\tSENT\n", stop = ".\tSENT .\n";
+  const std::string two_readings = for_each_sentence("w#\tA x\tB x\n", "w#\tA x\tB x\n"),
+                    one_of_each = for_each_sentence("w#\tA\n" + end, "w#\tB\n" + end);
+  std::string by_third = stop, thirds;
+  for (int i = 0; i < Sentences; ++i) {  // three words in turn, and three one after the other
+    by_third += i < 3 ? "x" + std::to_string(i) + "\tA x\ny" + std::to_string(i) + "\tB x\n" : "";
+    thirds += "x" + std::to_string(i % 3) + "\tA\ny" + std::to_string(i / 8) + "\tB\n" + end;
+  }
+  const struct {
+    const char* name;
+    std::string lexicon, open, corpus, scores;
+  } cases[] = {
+      {"a reading that the sentence alone shows is dropped, another stays", stop + two_readings, "",
+       one_of_each, "24/48 24/48 0/0 "},
+      {"a word that the sentence alone shows is unknown", stop + for_each_sentence("w#\tA x\n", "w#\tA x\n"),
+       "A", for_each_sentence("w#\tA\n" + end, "w#\tA\n" + end), "48/48 24/24 24/24 "},
+      {"what other sentences show too stays", stop + "w\tA x\tB x\n", "",
+       for_each_sentence("w\tA\n" + end, "w\tA\n" + end), "48/48 48/48 0/0 "},
+      {"the last word form of a tag that is needed stays", stop + "u\tT u\n", "T",
+       "u\tT\n" + end + for_each_sentence("q\tT\n" + end, "q\tT\n" + end), "50/50 26/26 24/24 "},
+      {"what only the sentence has is an unknown tag to the open classes", stop + "u\tT u\nw\tA x\n", "T A",
+       "u\tT\n" + end + for_each_sentence("w\tA\n" + end, "w\tA\n" + end), "49/50 49/49 0/1 "},
+      {"of two equally frequent tags a fold shows one more often, the others the other",
+       stop + "w\tA x\tB x\n", "", times(18, "w\tA\n" + end + "w\tB\n" + end), "46/72 46/72 0/0 "},
+      {"sentences are shuffled", by_third, "", thirds, "72/72 72/72 0/0 "},
+      {"blanks behind the TABs", ".\t SENT .\n" + for_each_sentence("w#\t  A x \t B x\n", "w#\t A x\tB\tx\n"),
+       "", one_of_each, "24/48 24/48 0/0 "},
+      {"more behind the tag", stop + two_readings, "",
+       for_each_sentence("w#\tA x\n" + end, "w#\t B\ty\n\n" + end), "24/48 24/48 0/0 "},
+      {"empty lines end sentences", stop + two_readings, "",
+       for_each_sentence("w#\tA\n\n", "w#\tB\n\n") + end, "1/25 1/25 0/0 "},
+  };
+  for (const auto& c : cases) EXPECT_EQ(trial(c.lexicon, c.open, c.corpus), c.scores) << c.name;
+}
+
+// Tags that depend on the two before them, with noise.
+std::string noisy_corpus() {
+  std::mt19937 random(1);
+  std::string corpus;
+  size_t last = 0, before = 0;
+  for (int i = 0; i < 500; ++i) {
+    const size_t tag = random() % 5 ? (last + 2 * before + 1) % 3 : random() % 3;
+    corpus += random() % 3 ? "w" : "v" + std::to_string(random() % 9) + "ing";
+    corpus += std::string("\t") + "ABC"[tag] + "\n";
+    before = std::exchange(last, tag);
+    if (i % 6 == 5) corpus += ".\tSENT\n";
+  }
+  return corpus;
+}
+
+TEST_F(TuneTest, RecommendsTheBestOfWhatItTried) {
+  std::string lexicon = ".\tSENT .\nw\tA w\tB w\tC w\n";
+  for (int i = 0; i < 9; ++i) lexicon += "v" + std::to_string(i) + "ing\tA v\tB v\n";
+  dir_.write("lex", lexicon), dir_.write("open", "A B C"), dir_.write("corpus", noisy_corpus());
+  const result_t tuned = orvelle("tune --folds 3 --jobs 2 --utf8 lex open corpus");
+  EXPECT_EQ(tuned.status, 0);
+  EXPECT_EQ(tuned.err, "");
+  std::istringstream lines(tuned.out);
+  std::string line, first_two;
+  std::getline(lines, first_two);
+  EXPECT_EQ(first_two, "583 words, 84 sentences, 3 folds");
+  std::getline(lines, line), std::getline(lines, line);
+  EXPECT_EQ(line, " -cl    -dtg     -sw    -ecw     -lt  accuracy     known   unknown");
+  int rows = 0;
+  double best = 0.0, first = 0.0, of_recommended = 0.0;
+  const std::string command = tuned.out.substr(tuned.out.find("train-orvelle"));
+  while (std::getline(lines, line) && !line.empty()) {
+    std::string cl, dtg, sw, ecw, lt;
+    double accuracy = 0.0;
+    std::istringstream(line) >> cl >> dtg >> sw >> ecw >> lt >> accuracy;
+    if (rows++ == 0) first = accuracy;
+    best = std::max(best, accuracy);
+    if (command == "train-orvelle -utf8 -cl " + cl + " -dtg " + dtg + " -sw " + sw + " -ecw " + ecw +
+                       " -lt " + lt + " lex open corpus PARAMETER-FILE\n")
+      of_recommended = accuracy;
+  }
+  EXPECT_GT(rows, 20);
+  EXPECT_GT(best, first + 1.0);
+  EXPECT_EQ(of_recommended, best);
+  std::getline(lines, line);
+  double said = 0.0, low = 0.0, high = 0.0;
+  EXPECT_EQ(
+      std::sscanf(line.c_str(),
+                  ("best of " + std::to_string(rows) + ": %lf%% of the words right, %lf%% to %lf%%").c_str(),
+                  &said, &low, &high),
+      3)
+      << line;
+  EXPECT_EQ(said, best);
+  EXPECT_TRUE(low < best && best < high) << line;
+
+  EXPECT_EQ(orvelle("tune --folds 3 --jobs 1 --utf8 lex open corpus").out, tuned.out);
+  EXPECT_NE(orvelle("tune --folds 3 --seed 2 --utf8 lex open corpus").out, tuned.out);
+  // What it ends with is a command line of the trainer.
+  EXPECT_EQ(train(command.substr(13, command.find(" lex ") - 13)), "(no error)");
+  EXPECT_EQ(orvelle("evaluate par corpus").status, 0);
+}
+
+// A training that fails is told by its own message, once for each fold.
+TEST_F(TuneTest, TellsOfTrainingsThatFail) {
+  dir_.write("lex", "the\tDT the\n"), dir_.write("open", ""), dir_.write("corpus", times(4, "the\tDT\n\n"));
+  const result_t failed = orvelle("tune --folds 2 --jobs 2 lex open corpus");
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_EQ(count_of(failed.out, "   failed\n"), 15) << failed.out;
+  EXPECT_EQ(failed.err, times(30, "\nERROR: Sentence punctuation tag \"SENT\" is not in lexicon!\n") +
+                            "orvelle tune: no training came to its end\n");
+}
+
+TEST_F(TuneTest, Refuses) {
+  dir_.write("lex", "the\tDT the\n.\tSENT .\n"), dir_.write("open", "DT"),
+      dir_.write("corpus", "the\tDT\n.\tSENT\n");
+  dir_.write("tagless", "the\tDT\nwalk\n");
+  const struct {
+    const char* line;
+    int status;
+    const char* err;
+  } cases[] = {
+      {"tune lex open tagless", 1, "orvelle tune: tagless:2: no TAB and tag behind the word: walk\n"},
+      {"tune --folds 100 lex open corpus", 1,
+       "orvelle tune: corpus has 1 sentences, too few for 100 folds\n"},
+      {"tune tagless open corpus", 1, "orvelle tune: tagless:2: no tag for the word form 'walk'\n"},
+      {"tune lex none corpus", 1, "orvelle tune: can't open none: No such file or directory\n"},
+      {"tune lex open -", 2, "orvelle tune: tune reads no standard input: the training needs files\n"},
+  };
+  for (const auto& c : cases) {
+    const result_t result = orvelle(c.line);
+    EXPECT_EQ(result.status, c.status) << c.line;
+    EXPECT_EQ(result.err, c.err) << c.line;
+    EXPECT_EQ(result.out, "") << c.line;
+  }
+}
+
+}  // namespace
+}  // namespace orvelle

@@ -1,0 +1,71 @@
+// The ends of files and buffers; what lies between them is compared for whole models.
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "support/binary_input.h"
+#include "support/binary_output.h"
+#include "test_support.h"
+
+namespace orvelle {
+namespace {
+
+TEST(BinaryInput, StringsHaveUpTo9999Bytes) {
+  const std::string longest(9999, 'x');
+  const std::string sound = bytes("abc\0\0") + longest + '\0' + "next";
+  BinaryInput in(std::as_bytes(std::span(sound)));
+  for (const std::string& expected : {std::string("abc"), std::string(), longest})
+    EXPECT_EQ(in.inputs(), expected);
+  EXPECT_EQ(in.value<char>(), 'n');
+  EXPECT_FALSE(in.at_end());
+  for (const std::string& content : {std::string(), std::string("abc"), std::string(10000, 'x') + '\0'}) {
+    const TempDir dir;
+    EXPECT_ERROR(BinaryInput(std::as_bytes(std::span(content))).inputs(),
+                 "while reading string from binary file");
+    EXPECT_ERROR(BinaryInput(dir.write("file", content).c_str()).inputs(),
+                 "while reading string from binary file");
+  }
+}
+
+TEST(BinaryInput, AValueCutShortAndAFailingReadAreErrors) {
+  const TempDir dir;
+  for (const size_t size : {3u, 65535u, 65536u, 150000u}) {
+    const std::string content(size, 'x');
+    std::vector<char> place(size + 1);
+    BinaryInput from_memory(std::as_bytes(std::span(content)));
+    EXPECT_ERROR(from_memory.bytes(place.data(), size + 1), "Can't read from input file");
+    BinaryInput from_file(dir.write("file", content).c_str());
+    EXPECT_ERROR(from_file.bytes(place.data(), size + 1), "Can't read from input file");
+  }
+  BinaryInput directory(dir.path().c_str());
+  EXPECT_ERROR(directory.value<int>(), "Can't read from input file: " + dir.path());
+  EXPECT_ERROR(BinaryInput(dir.path().c_str()).inputs(), "Can't read from input file: " + dir.path());
+  EXPECT_ERROR(BinaryInput(dir.path().c_str()).at_end(), "Can't read from input file: " + dir.path());
+}
+
+// Memory is reserved for what the rest of the file can hold, and no more.
+TEST(BinaryInput, ReservesNoMoreThanTheRestCanHold) {
+  const std::string content(1000, 'x');
+  const TempDir dir;
+  BinaryInput from_file(dir.write("file", content).c_str()), from_memory(std::as_bytes(std::span(content)));
+  for (BinaryInput* in : {&from_file, &from_memory}) {
+    EXPECT_EQ(in->reservable(1 << 30, 10), 100u);
+    EXPECT_EQ(in->reservable(7, 10), 7u);
+    in->value<double>();
+    EXPECT_EQ(in->reservable(1 << 30, 8), 124u);
+  }
+  EXPECT_EQ(BinaryInput("/dev/zero").reservable(1 << 30, 8), 0u);
+}
+
+TEST(BinaryOutput, AFailedWriteIsReportedOnceItShows) {
+  const auto write = [](size_t size) {
+    BinaryOutput full("/dev/full");
+    full.bytes(std::string(size, 'x').data(), size);
+    full.close();
+  };
+  for (const size_t size : {5u, 70000u}) EXPECT_ERROR(write(size), "Can't write to output file");
+  EXPECT_ERROR(BinaryOutput("/none/file"), "Can't open for writing: /none/file");
+}
+
+}  // namespace
+}  // namespace orvelle
