@@ -10,7 +10,7 @@ namespace {
 
 const std::string Lexicon = "the\tDT the\n.\tSENT .\ndog\tNN dog\nwalking\tVVG walk\tNN walking\n";
 const std::string Corpus = "the\tDT\ndog\tNN\nwalking\tVVG\n.\tSENT\n";
-constexpr int Damaged_Files = 300;
+constexpr int Damaged_Files = 150;
 const std::string Long(9999, 'x');  // one byte more than a line may have, with its LF
 
 class CheckTest : public CommandTest {

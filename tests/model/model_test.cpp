@@ -175,7 +175,7 @@ TEST(Model, LargeFiles) {
     large.factors.push_back(i);
   }
   std::vector<sample_entry_t> words;
-  for (int i = 0; i < 600; ++i) {
+  for (int i = 0; i < 300; ++i) {
     words.push_back(
         {std::to_string(1000 + i) + std::string(below(20) ? below(9) : below(9990), 'w'), i, {}, {}, {}});
     for (int t = below(50), left = below(40) ? below(8) : below(20000); t < 20000 && left > 0;
@@ -187,8 +187,8 @@ TEST(Model, LargeFiles) {
   }
   large.set_words(words);
   large.nodes.clear();
-  for (int leaf = 0; leaf < 20; ++leaf) {
-    if (leaf < 19) large.nodes += raw(0, 1, leaf);
+  for (int leaf = 0; leaf < 8; ++leaf) {
+    if (leaf < 7) large.nodes += raw(0, 1, leaf);
     const int n = leaf % 4 == 0 ? 5000 + leaf : below(2000);
     large.nodes += raw(1, n, static_cast<uint32_t>(leaf));
     for (int i = 0; i < n; ++i) large.nodes += raw(i * 3 + leaf % 3, below(1000) / 3.0);

@@ -161,7 +161,7 @@ class AllPaths : public testing::TestWithParam<decoder_case_t> {
 
 TEST_P(AllPaths, BestPathAndPosteriors) {
   const decoder_case_t& c = GetParam();
-  for (unsigned seed = 1; seed <= 50; ++seed) {
+  for (unsigned seed = 1; seed <= 30; ++seed) {
     SCOPED_TRACE(seed);
     RandomModel random(seed, c.context_size, c.sparse);
     ContextModel model(random.tree, Factors);

@@ -260,7 +260,7 @@ TEST_P(AffixReferee, BuildsTheSameTrees) {
   std::mt19937 random(5);
   const auto below = [&](int n) { return std::uniform_int_distribution<int>(0, n - 1)(random); };
   size_t decided = 0;
-  for (int round = 0; round < 25; ++round) {
+  for (int round = 0; round < 15; ++round) {
     const std::string alphabet = round % 2 ? "ab" : "aeng\xC3\xA9\x80\xFF";
     std::set<std::string> words;
     while (words.size() < std::vector<size_t>{0, 1, 8, 60, 250}[round % 5]) {
@@ -285,7 +285,7 @@ TEST_P(AffixReferee, BuildsTheSameTrees) {
     expect_same_trees(gain);
     expect_same_trees(std::nextafter(gain, Infinity));
   }
-  EXPECT_GT(decided, 600u);
+  EXPECT_GT(decided, 300u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Gains, AffixReferee,
