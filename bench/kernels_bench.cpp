@@ -128,10 +128,9 @@ void word_lookup_in_groups(benchmark::State& state) {
 BENCHMARK(word_lookup_in_groups);
 
 NGramTable count_sample(int context_size) {
-  NGramTable ngrams(context_size, false);
+  NGramCounter ngrams(context_size, false);
   for (const auto& token : sample().tokens) ngrams.add_line({context_tag_t::Token, token.tag}, "w\tt\n");
-  ngrams.finish(Tags);
-  return ngrams;
+  return {std::move(ngrams), Tags, {}};
 }
 
 // The argument is the number of preceding tags.

@@ -40,7 +40,7 @@ double time_make_tree(const NGramTable& ngrams, const Settings& settings, int nu
 bool is_end_of(const char* end, const char* whole) {
   const auto end_size = std::filesystem::file_size(end), whole_size = std::filesystem::file_size(whole);
   if (whole_size < end_size) return false;
-  const File a = open_binary_input(end, nullptr), b = open_binary_input(whole, nullptr);
+  const File a = open_input(end), b = open_input(whole);
   std::fseek(b.get(), static_cast<long>(whole_size - end_size), SEEK_SET);
   std::vector<char> x(1 << 20), y(1 << 20);
   for (size_t read; (read = std::fread(x.data(), 1, x.size(), a.get())) > 0;)
@@ -53,19 +53,18 @@ int run(int argc, char* argv[]) {
   take_large_pieces();
   const command_line_t line = parse_command_line(argc, argv);
   const Settings& settings = line.settings;
-  LexiconFaults lexicon_faults;
-  CorpusFaults corpus_faults;
+  LexiconSink lexicon_sink;
+  CorpusSink corpus_sink;
   const TrainingInputs inputs = line.inputs();
-  TrainingLexicon lexicon = read_lexicon_file(inputs.lexicon, settings.SENT_TAG, {}, lexicon_faults);
-  CorpusCounts counts = count_corpus(inputs.corpus, lexicon, settings.Context_Size, {}, corpus_faults);
+  const TrainingLexicon lexicon = read_lexicon_file(inputs.lexicon, settings.SENT_TAG, {}, lexicon_sink);
+  CorpusCounts counts = count_corpus(inputs.corpus, lexicon, settings.Context_Size, {}, corpus_sink);
   const int number_of_tags = lexicon.tagset.Number_of_Tags;
-  counts.ngrams.finish(number_of_tags);
+  const NGramTable ngrams(std::move(counts.ngrams), number_of_tags, {});
 
-  double fast = time_make_tree(counts.ngrams, settings, number_of_tags);
-  for (int i = 1; i < Fast_Runs; ++i)
-    fast = std::min(fast, time_make_tree(counts.ngrams, settings, number_of_tags));
+  double fast = time_make_tree(ngrams, settings, number_of_tags);
+  for (int i = 1; i < Fast_Runs; ++i) fast = std::min(fast, time_make_tree(ngrams, settings, number_of_tags));
   const double start = now();
-  const auto root = plain::grow(counts.ngrams, settings, number_of_tags);
+  const auto root = plain::grow(ngrams, settings, number_of_tags);
   const double plain = now() - start;
 
   const std::string section = std::string(line.Output_File_Name) + ".plain";

@@ -31,6 +31,8 @@ target_link_libraries(train-orvelle PRIVATE orvelle_training)
 # The library has the target name orvelle, so the program's target is called orvelle-cli.
 find_package(Threads REQUIRED)
 add_executable(orvelle-cli
+  src/commands/check/findings.cpp
+  src/commands/check/report.cpp
   src/commands/check_command.cpp
   src/commands/command_line.cpp
   src/commands/conllu.cpp

@@ -20,7 +20,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr const char* Help =
+constexpr char Help[] =
     "Usage: orvelle evaluate [OPTION...] PARAMETER-FILE [GOLD-CORPUS]\n"
     "\n"
     "Tags the words of a gold corpus, or of standard input, and compares: one word a line,\n"
@@ -72,7 +72,6 @@ class GoldReader {
   }
 
   void end_text() { evaluator_.end_sentence(); }
-  bool passes_through(std::string_view) const { return false; }
 
   evaluation_t take_result() {
     evaluation_t result = evaluator_.take_result();

@@ -30,7 +30,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr const char* Help =
+constexpr char Help[] =
     "Usage: orvelle prepare [OPTION...] [FILE...]\n"
     "\n"
     "Makes the files of a training from a treebank: lexicon, open-classes and corpus. The\n"
@@ -53,7 +53,7 @@ constexpr const char* Help =
     "  --held-out SHARE      set this share of the sentences aside, spread evenly, in the\n"
     "                        file test, with an empty line behind each sentence (0)\n"
     "\n"
-    "White space that the files cannot hold is mended, with a remark; everything else that\n"
+    "White space that the files cannot hold is repaired, with a remark; everything else that\n"
     "they cannot hold is refused, with file and line, and then nothing is written.\n";
 
 constexpr option_t Options[] = {

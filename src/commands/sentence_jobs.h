@@ -10,7 +10,6 @@
 //
 //   void take_line(std::string_view line_with_end, int64_t number);
 //   void end_text();                                      // behind the last line of a batch
-//   bool passes_through(std::string_view line) const;     // the line need not wait where no sentence has begun
 //   result_t take_result();                               // of the lines since the last call
 #pragma once
 
@@ -118,23 +117,8 @@ class SentenceJobs {
   void collect_line() {
     text_ += in_.line_with_end();
     if (without_end(in_.line()).empty()) whole_ = text_.size();
-    const bool would_wait = in_.would_wait();
-    if (would_wait) pass_lines_through();
-    if (whole_ >= Batch_Size || would_wait) send_whole();
-    if (text_.size() - whole_ > Longest_Wait || (would_wait && is_long(text_))) go_alone();
-  }
-
-  // A piece of the sentence could be written although its end has not come.
-  static bool is_long(std::string_view text) {
-    return static_cast<size_t>(std::ranges::count(text, '\n')) >= Tagger::Longest_Piece;
-  }
-
-  void pass_lines_through() {
-    bool passes = true;
-    for_each_line(std::string_view(text_).substr(whole_), 0, [&](std::string_view line, int64_t) {
-      passes = passes && alone_.passes_through(without_end(line));
-      if (passes) whole_ += line.size();
-    });
+    if (whole_ >= Batch_Size || in_.would_wait()) send_whole();
+    if (text_.size() - whole_ > Longest_Wait) go_alone();
   }
 
   void send_whole() {

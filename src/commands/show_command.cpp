@@ -32,7 +32,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr const char* Help =
+constexpr char Help[] =
     "Usage: orvelle show [OPTION...] FILE\n"
     "\n"
     "Shows what is in a parameter file; without an option a summary.\n"

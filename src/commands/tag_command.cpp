@@ -20,7 +20,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr const char* Help =
+constexpr char Help[] =
     "Usage: orvelle tag [OPTION...] PARAMETER-FILE [TEXT]\n"
     "\n"
     "Tags a text, or standard input: one word a line, an empty line behind each sentence.\n"
@@ -112,11 +112,6 @@ class TextTagger {
       write_words(words_);
     }
     tagger_.end_sentence();
-  }
-
-  bool passes_through(std::string_view text) const {
-    line_t line{};
-    return find_word(text, line) && !line.is_word;
   }
 
   std::string take_result() { return std::exchange(out_, {}); }

@@ -10,7 +10,7 @@ namespace orvelle {
 
 inline constexpr option_t Tagger_Options[] = {
     {"wordclass", "FILE"}, {"decode", "WHAT"}, {"beam", "N"}, {"jobs", "N"}};
-inline constexpr const char* Tagger_Help =
+inline constexpr char Tagger_Help[] =
     "  --wordclass FILE    a word-class transducer for words that the lexicon lacks\n"
     "  --decode WHAT       path: the most probable sequence of tags (default); word: the\n"
     "                      most probable tag of each word, a little more often right\n"

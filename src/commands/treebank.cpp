@@ -9,16 +9,16 @@
 #include "commands/text_io.h"
 #include "support/errors.h"
 #include "training/lexicon_line.h"
+#include "training/open_classes.h"
 
 namespace orvelle {
 
 namespace {
 
 constexpr int64_t Shown_of_a_Kind = 5;
-constexpr size_t Max_Tag_Length = 999;  // bytes; the open-class file cannot hold a longer one
 constexpr std::string_view Blanks = " \t\r\n\v\f";
 
-constexpr const char* Mends[] = {
+constexpr const char* Repairs[] = {
     "carriage return at the line's end dropped",
     "byte-order mark dropped",
     "white space at the ends of a form or lemma dropped, or a carriage return in it made a blank",
@@ -44,8 +44,8 @@ Treebank::Treebank(const treebank_options_t& options, Remarks& remarks)
   for (const std::string& form : options.sentence_ends) end_forms_.push_back(strings.number(form));
 }
 
-void Treebank::mend(mended_t kind) {
-  if (++mends_[kind] <= Shown_of_a_Kind) remarks_.say_at(file_, line_, Mends[kind]);
+void Treebank::repair(repair_t kind) {
+  if (++repairs_[kind] <= Shown_of_a_Kind) remarks_.say_at(file_, line_, Repairs[kind]);
 }
 
 void Treebank::refuse(const std::string& text) {
@@ -53,9 +53,9 @@ void Treebank::refuse(const std::string& text) {
 }
 
 void Treebank::close_remarks() {
-  for (int kind = 0; kind < Number_of_Mends; ++kind)
-    if (const int64_t more = mends_[kind] - Shown_of_a_Kind; more > 0)
-      remarks_.say("in " + std::to_string(more) + " more places: " + Mends[kind]);
+  for (int kind = 0; kind < Number_of_Repairs; ++kind)
+    if (const int64_t more = repairs_[kind] - Shown_of_a_Kind; more > 0)
+      remarks_.say("in " + std::to_string(more) + " more places: " + Repairs[kind]);
   if (const int64_t more = refused - 4 * Shown_of_a_Kind; more > 0)
     remarks_.say(std::to_string(more) + " more lines refused");
 }
@@ -80,14 +80,14 @@ void Treebank::read(const char* name) {
     split_sentences(first_token);
 }
 
-// Mends the ends of a line.
+// Repairs the ends of a line.
 std::string_view Treebank::bare(std::string_view line) {
   if (line_ == 1 && line.starts_with("\xEF\xBB\xBF")) {
-    mend(Byte_Order_Mark);
+    repair(Byte_Order_Mark);
     line.remove_prefix(3);
   }
   if (line.ends_with('\r')) {
-    mend(Line_End);
+    repair(Line_End);
     line.remove_suffix(1);
   }
   return line;
@@ -140,7 +140,7 @@ void Treebank::read_columns(std::string_view line) {
   const size_t count = split_at_tabs(line, fields);
   if (count == 1 && line[0] == '<' && trimmed(line).ends_with('>')) {
     if (line.starts_with("<s>") || line.starts_with("<s ") || line.starts_with("</s>")) end_sentence();
-    return mend(Markup);
+    return repair(Markup);
   }
   if (count < 2) return refuse("no TAB between form and tag");
   if (trimmed(fields[1]).empty()) return refuse("no tag for '" + printable(fields[0]) + "'");
@@ -153,7 +153,7 @@ void Treebank::read_columns(std::string_view line) {
 int Treebank::clean(std::string_view text, const char* what) {
   std::string cleaned(trimmed(text));
   std::replace(cleaned.begin(), cleaned.end(), '\r', ' ');
-  if (cleaned != text && (what != nullptr || !cleaned.empty())) mend(White_Space);
+  if (cleaned != text && (what != nullptr || !cleaned.empty())) repair(White_Space);
   if (cleaned.empty()) {
     if (what != nullptr) refuse(std::string("an empty ") + what);
     return -1;
@@ -166,14 +166,14 @@ int Treebank::clean_tag(std::string_view tag) {
   std::string cleaned(trimmed(tag));
   for (char& c : cleaned)
     if (Blanks.find(c) != Blanks.npos) c = '_';
-  if (cleaned != tag) mend(Tag_Blank);
+  if (cleaned != tag) repair(Tag_Blank);
   return strings.number(cleaned);
 }
 
 bool Treebank::fits(int form, int tag) {
   const size_t tag_length = std::strlen(strings.text(tag));
-  if (tag_length > Max_Tag_Length) {
-    refuse(formatted("a tag of more than %zu bytes", Max_Tag_Length));
+  if (tag_length > Max_Open_Class_Name) {
+    refuse(formatted("a tag of more than %d bytes", Max_Open_Class_Name));
     return false;
   }
   constexpr size_t Separators = 2;  // TAB and LF
@@ -194,7 +194,7 @@ void Treebank::add_token(std::string_view form_text, std::string_view tag_text, 
   const int lemma = clean(lemma_text, nullptr);
   if (lemma < 0) {
     ++without_lemma;
-    if (format_ == treebank_options_t::Conllu) mend(No_Lemma);
+    if (format_ == treebank_options_t::Conllu) repair(No_Lemma);
   }
   tokens.push_back({form, tag, lemma, open});
 }

@@ -1,7 +1,7 @@
 // Tagged text for `orvelle prepare`: CoNLL-U files (conllu.h), or columns "form TAB tag [TAB lemma]", read into
 // sentences of tokens that a lexicon and a corpus can hold.
 //
-// What the trainer could not read is mended if that loses nothing but white space (and remarked, with file
+// What the trainer could not read is repaired if that loses nothing but white space (and remarked, with file
 // and line), else refused.
 #pragma once
 
@@ -36,7 +36,7 @@ class Treebank {
   // The options and what is remarked to must outlive the object.
   Treebank(const treebank_options_t& options, Remarks& remarks);
 
-  // Adds the sentences of a file, "-" for standard input. What had to be mended or refused is remarked, at
+  // Adds the sentences of a file, "-" for standard input. What had to be repaired or refused is remarked, at
   // most the first five cases of a kind; close_remarks counts the others.
   void read(const char* name);
   // Adds the entries of a lexicon file in the trainer's format to `entries`.
@@ -55,9 +55,9 @@ class Treebank {
   bool has_universal_tags = false;
 
  private:
-  enum mended_t { Line_End, Byte_Order_Mark, White_Space, Tag_Blank, No_Lemma, Markup, Number_of_Mends };
+  enum repair_t { Line_End, Byte_Order_Mark, White_Space, Tag_Blank, No_Lemma, Markup, Number_of_Repairs };
 
-  void mend(mended_t kind);
+  void repair(repair_t kind);
   std::string_view bare(std::string_view line);
   void read_line(std::string_view line);
   void read_conllu(const conllu_line_t& line);
@@ -78,7 +78,7 @@ class Treebank {
   int sentence_tag_;
   const char* file_ = nullptr;  // as it is shown
   int64_t line_ = 0;
-  int64_t mends_[Number_of_Mends] = {};
+  int64_t repairs_[Number_of_Repairs] = {};
 };
 
 }  // namespace orvelle

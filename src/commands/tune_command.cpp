@@ -23,7 +23,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr const char* Help =
+constexpr char Help[] =
     "Usage: orvelle tune [OPTION...] LEXICON OPEN-CLASSES CORPUS\n"
     "\n"
     "Finds the settings of train-orvelle that suit a corpus: splits it into folds by\n"

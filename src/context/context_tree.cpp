@@ -23,7 +23,6 @@ double tag_probability(const context_leaf_t& leaf, int32_t tag) {
 namespace {
 
 constexpr int32_t Not_Known_Yet = -1;
-constexpr size_t Largest_Block_Size = 1 << 16;  // doubles
 
 }  // namespace
 
@@ -33,7 +32,9 @@ void ContextTreeBuilder::inner_node(int32_t context_pos, int32_t tag) {
 }
 
 ContextTreeBuilder::entries_t ContextTreeBuilder::leaf(int32_t entries, uint32_t freq) {
-  double* const prob = room_for(static_cast<size_t>(entries));
+  // Doubles for as many probabilities and half as many tag numbers.
+  double* const prob =
+      tree_.entries.take(static_cast<size_t>(entries) + static_cast<size_t>(entries + 1) / 2);
   auto* const tag = reinterpret_cast<int32_t*>(prob + entries);
   tree_.nodes.push_back({0, static_cast<int32_t>(tree_.leaves.size()), 0});
   tree_.leaves.push_back({tag, prob, entries, freq});
@@ -44,19 +45,6 @@ ContextTreeBuilder::entries_t ContextTreeBuilder::leaf(int32_t entries, uint32_t
     without_no_.pop_back();
   }
   return {tag, prob};
-}
-
-// Doubles for as many probabilities and half as many tag numbers.
-double* ContextTreeBuilder::room_for(size_t entries) {
-  const size_t size = entries + (entries + 1) / 2;
-  if (size > room_) {
-    room_ = std::max(block_size_, size);
-    tree_.blocks.push_back(std::make_unique_for_overwrite<double[]>(room_));
-    next_ = tree_.blocks.back().get();
-    block_size_ = std::min(4 * block_size_, Largest_Block_Size);
-  }
-  room_ -= size;
-  return std::exchange(next_, next_ + size);
 }
 
 }  // namespace orvelle

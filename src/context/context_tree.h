@@ -12,9 +12,10 @@
 #include <orvelle/tables.h>
 
 #include <cstdint>
-#include <memory>
 #include <utility>
 #include <vector>
+
+#include "support/block_arena.h"
 
 namespace orvelle {
 
@@ -27,8 +28,8 @@ struct context_node_t {
 struct context_tree_t {
   int32_t Context_Size = 0;  // preceding tags that the tests look at
   std::vector<context_node_t> nodes;
-  std::vector<context_leaf_t> leaves;             // in the order of the tree, from yes to no
-  std::vector<std::unique_ptr<double[]>> blocks;  // what the leaves point into
+  std::vector<context_leaf_t> leaves;  // in the order of the tree, from yes to no
+  BlockArena<double> entries;          // what the leaves point into
 };
 
 // The leaf for the tags before a word: preceding[p], for p from 0 to tree.Context_Size - 1, is the tag number
@@ -64,14 +65,9 @@ class ContextTreeBuilder {
   context_tree_t take() { return std::move(tree_); }
 
  private:
-  double* room_for(size_t entries);
-
   context_tree_t tree_;
   bool is_complete_ = false;
   std::vector<int32_t> without_no_;  // inner nodes whose no child has not come yet, outermost first
-  size_t block_size_ = 1 << 10;      // doubles, of the next block
-  double* next_ = nullptr;           // free room in the last block
-  size_t room_ = 0;                  // doubles left at next_
 };
 
 }  // namespace orvelle

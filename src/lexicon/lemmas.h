@@ -11,8 +11,8 @@
 
 namespace orvelle {
 
-inline constexpr const char* Card_Lemma = "@card@";
-inline constexpr const char* Ord_Lemma = "@ord@";
+inline constexpr char Card_Lemma[] = "@card@";
+inline constexpr char Ord_Lemma[] = "@ord@";
 
 class LemmaTable {
  public:

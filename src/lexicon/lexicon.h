@@ -9,11 +9,11 @@
 
 #include <orvelle/tables.h>
 
-#include <memory>
 #include <span>
 #include <string_view>
 #include <vector>
 
+#include "support/block_arena.h"
 #include "support/string_index.h"
 #include "support/strings.h"
 
@@ -24,8 +24,8 @@ namespace orvelle {
 struct lexicon_parts_t {
   std::vector<const char*> words;
   std::vector<entrydata_t> records;
-  std::vector<std::unique_ptr<int32_t[]>> numbers;
-  std::vector<std::unique_ptr<float[]>> probs;
+  BlockArena<int32_t> numbers;
+  BlockArena<float> probs;
   StringArena strings;
 };
 

@@ -3,7 +3,6 @@
 // The arrays of all entries lie in blocks, tags, probabilities and lemmas of an entry one behind the other as they are in
 // the file, so an entry costs one copy of its arrays and no allocation of its own. The cost is that of the read itself
 // and of the index that a Lexicon builds.
-#include <algorithm>
 #include <climits>
 #include <utility>
 
@@ -18,32 +17,6 @@ namespace {
 constexpr size_t Least_String_Size = 1;                     // bytes in the file, of the empty string
 constexpr size_t Least_Entry_Size = Least_String_Size + 8;  // of an entry with an empty word form and no tags
 
-// Room for the arrays of entries: 32-bit values that stay where they are.
-class EntryArrays {
- public:
-  explicit EntryArrays(lexicon_parts_t& parts) : blocks_(parts.numbers) {}
-
-  int32_t* take(size_t size) {
-    if (size > room_) {
-      block_size_ = std::max(block_size_, size);
-      blocks_.push_back(std::make_unique_for_overwrite<int32_t[]>(block_size_));
-      next_ = blocks_.back().get();
-      room_ = block_size_;
-      block_size_ = std::min(4 * block_size_, Largest_Block_Size);
-    }
-    room_ -= size;
-    return std::exchange(next_, next_ + size);
-  }
-
- private:
-  static constexpr size_t Largest_Block_Size = 1 << 16;  // values
-
-  std::vector<std::unique_ptr<int32_t[]>>& blocks_;
-  size_t block_size_ = 1 << 10;  // of the next block
-  int32_t* next_ = nullptr;
-  size_t room_ = 0;  // values left at next_
-};
-
 struct string_table_t {
   std::vector<const char*> strings;
   StringArena arena;
@@ -56,7 +29,7 @@ string_table_t read_strings(BinaryInput& in, int count) {
   return table;
 }
 
-entrydata_t read_record(BinaryInput& in, EntryArrays& arrays) {
+entrydata_t read_record(BinaryInput& in, BlockArena<int32_t>& arrays) {
   static_assert(sizeof(float) == sizeof(int32_t));
   entrydata_t record{};
   record.n = in.count(Max_Number_of_Tags, "number of tags of an entry");
@@ -73,12 +46,11 @@ entrydata_t read_record(BinaryInput& in, EntryArrays& arrays) {
 // `size` ordinary entries and the number entries before them.
 lexicon_parts_t read_entries(BinaryInput& in, int size) {
   lexicon_parts_t parts;
-  EntryArrays arrays(parts);
   parts.words.reserve(in.reservable(size - First_Entry, Least_Entry_Size));
   parts.records.reserve(parts.words.capacity());
   for (int i = First_Entry; i < size; ++i) {
     parts.words.push_back(parts.strings.add(in.inputs()));
-    parts.records.push_back(read_record(in, arrays));
+    parts.records.push_back(read_record(in, parts.numbers));
   }
   return parts;
 }

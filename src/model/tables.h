@@ -24,11 +24,8 @@ struct Tables {
   context_tree_t Context_Tree;
   std::optional<WordClasses> word_classes;  // made from this lexicon; not part of the file
 
-  // The entry of a word form; for one that the lexicon does not list the entry that stands for it: that of its word class
-  // if there are word classes, else the ordinal or the cardinal entry if it looks like such a number; or null.
+  // As in Model.
   const entry_t* fullform_lookup(std::string_view word) const;
-
-  // The same; if it finds nothing and `strip` is not 0, a second try without the markup in the word.
   const entry_t* fullform_lookup2(const char* word, int strip) const;
 
   const char* tag_name(int tag) const { return fullex.tagset.Tag[static_cast<size_t>(tag)]; }

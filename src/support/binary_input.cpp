@@ -11,7 +11,7 @@ namespace orvelle {
 void bad_parameter_file(const char* what) { error2("in parameter file", what); }
 
 BinaryInput::BinaryInput(const char* name)
-    : file_(open_binary_input(name, nullptr)),
+    : file_(open_input(name)),
       name_(name),
       buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)),
       next_(buffer_.get()),

@@ -11,8 +11,7 @@ namespace {
 }  // namespace
 
 BinaryOutput::BinaryOutput(const char* name)
-    : file_(open_binary_output(name, nullptr)),
-      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
+    : file_(open_output(name)), buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
 
 void BinaryOutput::bytes(const void* data, size_t size) {
   if (size == 0) return;

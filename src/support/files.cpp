@@ -6,8 +6,7 @@ namespace orvelle {
 
 namespace {
 
-File open_file(const char* name, FILE* fallback, const char* mode, const char* message) {
-  if (name == nullptr && fallback != nullptr) return File(fallback);
+File open_file(const char* name, const char* mode, const char* message) {
   File file(name != nullptr ? std::fopen(name, mode) : nullptr);
   if (file == nullptr) error2(message, name != nullptr ? name : "no file name");
   return file;
@@ -15,19 +14,11 @@ File open_file(const char* name, FILE* fallback, const char* mode, const char* m
 
 }  // namespace
 
-File open_input(const char* name, FILE* fallback) {
-  return open_file(name, fallback, "rt", "Can't open for reading");
-}
+File open_input(const char* name) { return open_file(name, "rb", "Can't open for reading"); }
 
-File open_binary_input(const char* name, FILE* fallback) {
-  return open_file(name, fallback, "rb", "Can't open for reading");
-}
+File open_output(const char* name) { return open_file(name, "wb", "Can't open for writing"); }
 
-File open_binary_output(const char* name, FILE* fallback) {
-  return open_file(name, fallback, "wb", "Can't open for writing");
-}
-
-void close_file(FILE* file) {
+void file_closer_t::operator()(FILE* file) const {
   if (file != stdin && file != stdout && file != stderr) std::fclose(file);
 }
 

@@ -7,17 +7,13 @@
 namespace orvelle {
 
 // Closes a stream, unless it is one of the three standard streams.
-void close_file(FILE* file);
-
 struct file_closer_t {
-  void operator()(FILE* file) const { close_file(file); }
+  void operator()(FILE* file) const;
 };
 using File = std::unique_ptr<FILE, file_closer_t>;
 
-// An open stream, or error2 with "Can't open for reading" (or "writing") and the name. A null `name` selects
-// `fallback`, which is returned unopened.
-File open_input(const char* name, FILE* fallback);
-File open_binary_input(const char* name, FILE* fallback);
-File open_binary_output(const char* name, FILE* fallback);
+// An open stream; error2 with "Can't open for reading" (or "writing") and the name where it cannot be had.
+File open_input(const char* name);
+File open_output(const char* name);
 
 }  // namespace orvelle

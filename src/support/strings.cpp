@@ -1,8 +1,5 @@
 #include "support/strings.h"
 
-#include <algorithm>
-#include <cstring>
-
 namespace orvelle {
 
 int str_cmp(const char* a, const char* b) {
@@ -34,31 +31,6 @@ char* next_string(char** cursor) {
 
 char* next_string2(char** cursor) {
   return next_field(cursor, [](char c) { return c == '\t' || c == '\n'; });
-}
-
-// What was moved from is empty.
-StringArena& StringArena::operator=(StringArena&& other) noexcept {
-  blocks_ = std::exchange(other.blocks_, {});
-  block_size_ = std::exchange(other.block_size_, First_Block_Size);
-  next_ = std::exchange(other.next_, nullptr);
-  room_ = std::exchange(other.room_, 0);
-  return *this;
-}
-
-const char* StringArena::add(std::string_view text) {
-  const size_t size = text.size() + 1;
-  if (size > room_) {
-    room_ = std::max(block_size_, size);
-    blocks_.push_back(std::make_unique_for_overwrite<char[]>(room_));
-    next_ = blocks_.back().get();
-    block_size_ = std::min(4 * block_size_, Largest_Block_Size);
-  }
-  char* copy = next_;
-  std::memcpy(copy, text.data(), text.size());
-  copy[text.size()] = '\0';
-  next_ += size;
-  room_ -= size;
-  return copy;
 }
 
 }  // namespace orvelle

@@ -3,10 +3,9 @@
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string_view>
-#include <utility>
-#include <vector>
+
+#include "support/block_arena.h"
 
 namespace orvelle {
 
@@ -19,6 +18,7 @@ inline constexpr int Max_Line_Length = 9999;
 int str_cmp(const char* a, const char* b);
 
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+inline bool is_white_space(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Both tokenisers skip leading blanks, TABs and CRs, end the field at a byte of their own set by overwriting it with
 // NUL, and leave `*cursor` behind that byte, or on the NUL that ends the line. They return the start of the field;
@@ -30,19 +30,16 @@ char* next_string2(char** cursor);  // a field ends at a TAB or LF, so it may ho
 // Owner of many short strings that live as long as it does; they stay where they are when it is moved.
 class StringArena {
  public:
-  StringArena() = default;
-  StringArena(StringArena&& other) noexcept { *this = std::move(other); }
-  StringArena& operator=(StringArena&& other) noexcept;
-
   // A NUL-terminated copy of `text`. Valid until: the arena is destroyed.
-  const char* add(std::string_view text);
+  const char* add(std::string_view text) {
+    char* const copy = bytes_.take(text.size() + 1);
+    text.copy(copy, text.size());
+    copy[text.size()] = '\0';
+    return copy;
+  }
 
  private:
-  static constexpr size_t First_Block_Size = 1 << 10, Largest_Block_Size = 1 << 18;  // bytes
-  std::vector<std::unique_ptr<char[]>> blocks_;
-  size_t block_size_ = First_Block_Size;  // of the next block
-  char* next_ = nullptr;
-  size_t room_ = 0;  // bytes left at next_
+  BlockArena<char> bytes_;
 };
 
 }  // namespace orvelle

@@ -70,10 +70,10 @@ double leaf_gain(const node_1& leaf, const node_1& parent) {
   return ld(leaf.freq) * (parent.info - leaf.info);
 }
 
-class TreeGrower {
+class AffixTreeGrower {
  public:
-  TreeGrower(const affix_words_t& words, const std::vector<uint64_t>& affixes, int number_of_tags,
-             double cut_off_gain)
+  AffixTreeGrower(const affix_words_t& words, const std::vector<uint64_t>& affixes, int number_of_tags,
+                  double cut_off_gain)
       : words_(words),
         affixes_(affixes),
         Cut_Off_Gain_(cut_off_gain),
@@ -213,7 +213,7 @@ affix_words_t collect_affix_words(const Lexicon& lexicon, const std::vector<char
 
 std::unique_ptr<node_1> grow_pruned_tree(const affix_words_t& words, const std::vector<uint64_t>& affixes,
                                          int number_of_tags, double Cut_Off_Gain) {
-  return TreeGrower(words, affixes, number_of_tags, Cut_Off_Gain).grow();
+  return AffixTreeGrower(words, affixes, number_of_tags, Cut_Off_Gain).grow();
 }
 
 void thin_and_order(std::vector<tagfreq_t>& tags) {

@@ -25,9 +25,9 @@
 
 namespace orvelle {
 
-void CorpusFaults::unknown_tag_of_token(int64_t, const char*, const char* tag) { unknown_tag(tag); }
+void CorpusSink::unknown_tag_of_token(int64_t, const char*, const char* tag) { unknown_tag(tag); }
 
-void CorpusFaults::line(int64_t, std::string_view, line_kind_t, int, context_tag_t) {}
+void CorpusSink::line(int64_t, std::string_view, line_kind_t, int, context_tag_t) {}
 
 namespace {
 
@@ -65,7 +65,8 @@ struct likely_word_t {
 // What a line does, worked out from its text.
 class LineResolver {
  public:
-  LineResolver(TrainingLexicon& lexicon, CorpusFaults& faults) : lexicon_(lexicon), faults_(faults) {}
+  LineResolver(const TrainingLexicon& lexicon, std::vector<int32_t>& readings, CorpusSink& sink)
+      : lexicon_(lexicon), readings_(readings), sink_(sink) {}
 
   line_effect_t resolve_line(int64_t number, std::string_view line, const likely_word_t& likely,
                              raised_counts_t& counts) {
@@ -84,7 +85,7 @@ class LineResolver {
                       *context_end == '\0';
     const int tag = same ? effect.context.tag : lexicon_.tagset.find_tag(fields.tag);
     if (tag < 0) {
-      faults_.unknown_tag_of_token(number, fields.word, fields.tag);
+      sink_.unknown_tag_of_token(number, fields.word, fields.tag);
       effect.kind = line_kind_t::Foreign_Tag;
       return effect;
     }
@@ -120,11 +121,12 @@ class LineResolver {
     const entrydata_t& data = *entry.data;
     const int32_t* place = std::lower_bound(data.tag, data.tag + data.n, tag);
     if (place == data.tag + data.n || *place != tag) return nullptr;
-    return &lexicon_.counts[static_cast<size_t>(place - lexicon_.tags)];
+    return &readings_[static_cast<size_t>(place - lexicon_.tags)];
   }
 
-  TrainingLexicon& lexicon_;
-  CorpusFaults& faults_;
+  const TrainingLexicon& lexicon_;
+  std::vector<int32_t>& readings_;  // the counts
+  CorpusSink& sink_;
 };
 
 // A group of lines on its way through the cache.
@@ -138,8 +140,11 @@ struct line_group_t {
 
 class LineCache {
  public:
-  LineCache(TrainingLexicon& lexicon, CorpusFaults& faults, std::vector<int32_t>& tag_freq, size_t max_bytes)
-      : lexicon_(lexicon.lexicon), resolver_(lexicon, faults), Tag_Freq_(tag_freq), max_bytes_(max_bytes) {}
+  LineCache(const TrainingLexicon& lexicon, CorpusSink& sink, CorpusCounts& counts, size_t max_bytes)
+      : lexicon_(lexicon.lexicon),
+        resolver_(lexicon, counts.readings, sink),
+        Tag_Freq_(counts.Tag_Freq),
+        max_bytes_(max_bytes) {}
 
   // Asks the memory for all that see will look at, in the order in which one thing leads to the next.
   void prepare(line_group_t& group) const {
@@ -237,13 +242,14 @@ class TokenCounter {
   long tokens_ = 0;
 };
 
-CorpusCounts count_lines(LineReader& reader, TrainingLexicon& lexicon, int context_size,
-                         const Progress& progress, CorpusFaults& faults, size_t max_cached_bytes) {
+CorpusCounts count_lines(LineReader& reader, const TrainingLexicon& lexicon, int context_size,
+                         const Progress& progress, CorpusSink& sink, size_t max_cached_bytes) {
   CorpusCounts counts{std::vector<int32_t>(static_cast<size_t>(lexicon.tagset.Number_of_Tags), 0),
-                      NGramTable(context_size, static_cast<bool>(progress))};
-  LineCache cache(lexicon, faults, counts.Tag_Freq, max_cached_bytes);
+                      std::vector<int32_t>(lexicon.readings, 0),
+                      NGramCounter(context_size, static_cast<bool>(progress))};
+  LineCache cache(lexicon, sink, counts, max_cached_bytes);
   TokenCounter counter(progress);
-  const bool tells = static_cast<bool>(progress), shows_lines = faults.wants_lines();
+  const bool tells = static_cast<bool>(progress), shows_lines = sink.wants_lines();
   int64_t tokens = 0, line = 0;
   line_group_t group;
   while ((group.size = reader.next_lines(group.lines)) > 0) {
@@ -253,7 +259,7 @@ CorpusCounts count_lines(LineReader& reader, TrainingLexicon& lexicon, int conte
       if (effect.tag >= 0 && ++tokens > INT_MAX) error("Too many tokens in training corpus");
       if (tells && effect.is_known()) counter.token();
       counts.ngrams.add_line(effect.context, group.lines[i]);
-      if (shows_lines) faults.line(line, group.lines[i], effect.kind, effect.tag, effect.context);
+      if (shows_lines) sink.line(line, group.lines[i], effect.kind, effect.tag, effect.context);
     }
   }
   cache.add_all_hits();
@@ -262,11 +268,11 @@ CorpusCounts count_lines(LineReader& reader, TrainingLexicon& lexicon, int conte
 
 }  // namespace
 
-CorpusCounts count_corpus(const Input& input, TrainingLexicon& lexicon, int context_size,
-                          const Progress& progress, CorpusFaults& faults, size_t max_cached_bytes) {
-  const auto open = [](const char* name) { return open_input(name, stdin); };
+CorpusCounts count_corpus(const Input& input, const TrainingLexicon& lexicon, int context_size,
+                          const Progress& progress, CorpusSink& sink, size_t max_cached_bytes) {
+  const auto open = [](const char* name) { return name != nullptr ? open_input(name) : File(stdin); };
   return with_lines(input, open, [&](LineReader reader) {
-    return count_lines(reader, lexicon, context_size, progress, faults, max_cached_bytes);
+    return count_lines(reader, lexicon, context_size, progress, sink, max_cached_bytes);
   });
 }
 

@@ -35,10 +35,10 @@ enum class line_kind_t : uint8_t {
   Foreign_Tag,  // a token whose tag is not in the tagset
 };
 
-// What is found in a corpus, line by line.
-class CorpusFaults {
+// Takes what is found in a corpus, line by line.
+class CorpusSink {
  public:
-  virtual ~CorpusFaults() = default;
+  virtual ~CorpusSink() = default;
 
   // A token whose tag is not in the tagset. Throws unknown_tag(tag); if it is overridden and returns, the line is passed
   // over.
@@ -52,16 +52,16 @@ class CorpusFaults {
 
 struct CorpusCounts {
   std::vector<int32_t> Tag_Freq;  // corpus tokens of each tag, whether or not the lexicon knows the word form
-  NGramTable ngrams;              // not finished yet; what failed for them is told when they are
+  std::vector<int32_t> readings;  // corpus tokens of each reading of the lexicon, in their order there
+  NGramCounter ngrams;
 };
 
 // Distinct lines that are kept beside what they do; the lines of a million words of English have 2 MB.
 inline constexpr size_t Max_Cached_Bytes = 32 << 20;
 
-// Counts every token into Tag_Freq, into the counts of the entries that its word form stands for and its tag into the
-// n-grams. An `input` without name and text is standard input. More tokens than an int can count are an Error.
-CorpusCounts count_corpus(const Input& input, TrainingLexicon& lexicon, int context_size,
-                          const Progress& progress, CorpusFaults& faults,
+// Counts every token for its tag, for the readings of the entries that its word form stands for and for the n-grams. An `input` without name and text is standard input. More tokens than an int can count are an Error.
+CorpusCounts count_corpus(const Input& input, const TrainingLexicon& lexicon, int context_size,
+                          const Progress& progress, CorpusSink& sink,
                           size_t max_cached_bytes = Max_Cached_Bytes);
 
 }  // namespace orvelle

@@ -91,13 +91,14 @@ void smooth(const entrydata_t& data, float* prob, const int32_t* count, const do
 
 }  // namespace
 
-void smooth_with_classes(TrainingLexicon& lexicon, const Settings& settings) {
+void smooth_with_classes(TrainingLexicon& lexicon, const std::vector<int32_t>& readings,
+                         const Settings& settings) {
   const Lexicon& entries = lexicon.lexicon;
   const Classes classes(entries, settings.Max_Number_of_Classes);
   for (int i = 0; i < entries.Fullform_Lexicon_Size; ++i) {
     const entrydata_t& data = *entries.Fullform_Lexicon[i].data;
     const size_t first = lexicon.first_reading(data);
-    smooth(data, lexicon.probs + first, lexicon.counts.data() + first, classes.of_entry(i),
+    smooth(data, lexicon.probs + first, readings.data() + first, classes.of_entry(i),
            settings.Word_Class_Weight);
   }
 }

@@ -12,7 +12,8 @@ namespace orvelle {
 //   class(k) ~ 0.1 + sum of the relative frequencies of tag k over the class's entries that occur in the corpus
 //   prob(k)  ~ count(k) + Word_Class_Weight * class(k) * number of the entry's tags that occur with it (at least 1)
 //
-// Requires: `prob` holds the relative frequencies and the lexicon the corpus counts.
-void smooth_with_classes(TrainingLexicon& lexicon, const Settings& settings);
+// Requires: `prob` holds the relative frequencies of the counts, `readings`.
+void smooth_with_classes(TrainingLexicon& lexicon, const std::vector<int32_t>& readings,
+                         const Settings& settings);
 
 }  // namespace orvelle

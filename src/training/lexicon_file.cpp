@@ -19,28 +19,28 @@
 
 namespace orvelle {
 
-void LexiconFaults::line(int64_t, const lexicon_line_t&) {}
+void LexiconSink::line(int64_t, const lexicon_line_t&) {}
 
-void LexiconFaults::missing_lemma(int64_t line, const char*) {
+void LexiconSink::missing_lemma(int64_t line, const char*) {
   fail("\nERROR: Missing lemma in line %ld\n", static_cast<long>(line));
 }
 
-void LexiconFaults::no_tags(int64_t, const char* word) {
+void LexiconSink::no_tags(int64_t, const char* word) {
   fail("Error: no tags in lexicon for word \"%s\"!\n", word);
 }
 
-void LexiconFaults::too_many_tags(int64_t, const char*) { fail("\nERROR: too many tags !\n"); }
+void LexiconSink::too_many_tags(int64_t, const char*) { fail("\nERROR: too many tags !\n"); }
 
-void LexiconFaults::no_sentence_tag(const char* tag) {
+void LexiconSink::no_sentence_tag(const char* tag) {
   fail("\nERROR: Sentence punctuation tag \"%s\" is not in lexicon!\n", tag);
 }
 
-void LexiconFaults::tag_twice(int64_t line, const char* word, const char* tag) {
+void LexiconSink::tag_twice(int64_t line, const char* word, const char* tag) {
   fail("\nERROR: Tag \"%s\" replicated in lexicon entry for \"%s\" at line %ld\n", tag, word,
        static_cast<long>(line));
 }
 
-void LexiconFaults::word_twice(int64_t, int64_t, const char* word) {
+void LexiconSink::word_twice(int64_t, int64_t, const char* word) {
   fail("\nERROR: Two lexicon entries for word form \"%s\"!\n", word);
 }
 
@@ -78,7 +78,7 @@ struct lexicon_lines_t {
 
 class TagReader {
  public:
-  TagReader(lexicon_lines_t& lines, LexiconFaults& faults) : lines_(lines), faults_(faults) {}
+  TagReader(lexicon_lines_t& lines, LexiconSink& sink) : lines_(lines), sink_(sink) {}
 
   void read(LineReader& reader) {
     lexicon_line_t fields;
@@ -93,14 +93,14 @@ class TagReader {
     if (reader.next().data() == nullptr) return false;
     ++line_;
     fields.split(reader.terminated());
-    faults_.line(line_, fields);
+    sink_.line(line_, fields);
     return true;
   }
 
   void collect_line(const lexicon_line_t& fields) {
     if (!fields.pairs.empty() && *fields.pairs.back().lemma == '\0')
-      faults_.missing_lemma(line_, fields.pairs.back().tag);
-    if (fields.pairs.empty()) faults_.no_tags(line_, fields.word);
+      sink_.missing_lemma(line_, fields.pairs.back().tag);
+    if (fields.pairs.empty()) sink_.no_tags(line_, fields.word);
     lines_.words.push_back(lines_.word_strings.add(fields.word));
     for (const auto& [tag, lemma] : fields.pairs)
       lines_.pairs.push_back({collect_tag(tag), lines_.lemmas.number(lemma)});
@@ -112,22 +112,22 @@ class TagReader {
     const int known = tags_.find(name, hash);
     if (known >= 0) return known;
     if (tags_.size() < Max_Number_of_Tags) return tags_.add(name, hash);
-    faults_.too_many_tags(line_, name);
+    sink_.too_many_tags(line_, name);
     return -1;
   }
 
   lexicon_lines_t& lines_;
-  LexiconFaults& faults_;
+  LexiconSink& sink_;
   StringTable tags_;
   int64_t line_ = 0;
 };
 
 Tagset read_tags(LineReader& reader, const std::string& sentence_tag, const Progress& progress,
-                 LexiconFaults& faults, lexicon_lines_t& lines) {
+                 LexiconSink& sink, lexicon_lines_t& lines) {
   say(progress, "\t\treading the tagset ...\n");
   lines.lemmas.number(Card_Lemma);
   lines.lemmas.number(Ord_Lemma);
-  TagReader tag_reader(lines, faults);
+  TagReader tag_reader(lines, sink);
   tag_reader.read(reader);
 
   StringTable table = tag_reader.take_tags();
@@ -138,7 +138,7 @@ Tagset read_tags(LineReader& reader, const std::string& sentence_tag, const Prog
   const auto place =
       std::find_if(names.begin(), names.end(), [&](const char* name) { return sentence_tag == name; });
   const int sent_tag = place != names.end() ? static_cast<int>(place - names.begin()) : -1;
-  if (sent_tag < 0) faults.no_sentence_tag(sentence_tag.c_str());
+  if (sent_tag < 0) sink.no_sentence_tag(sentence_tag.c_str());
   return {std::move(names), sent_tag, std::move(table).take_arena()};
 }
 
@@ -155,7 +155,7 @@ LemmaTable read_lemmas(const Progress& progress, lexicon_lines_t& lines) {
 // ---- Third pass
 
 // Brings every line's pairs into ascending order of their tags, in file order so that the first bad line is reported.
-void sort_pairs(const Tagset& tagset, LexiconFaults& faults, lexicon_lines_t& lines) {
+void sort_pairs(const Tagset& tagset, LexiconSink& sink, lexicon_lines_t& lines) {
   const auto is_repeated = [](const pair_t& a, const pair_t& b) { return a.tag == b.tag; };
   for (size_t i = 0; i < lines.words.size(); ++i) {
     pair_t* first = lines.pairs.data() + lines.line_start(i);
@@ -166,7 +166,7 @@ void sort_pairs(const Tagset& tagset, LexiconFaults& faults, lexicon_lines_t& li
     for (; pair != last; pair = std::adjacent_find(pair, last, is_repeated)) {
       const int tag = pair->tag;
       if (tag >= 0)
-        faults.tag_twice(static_cast<int64_t>(i) + 1, lines.words[i], tagset.Tag[static_cast<size_t>(tag)]);
+        sink.tag_twice(static_cast<int64_t>(i) + 1, lines.words[i], tagset.Tag[static_cast<size_t>(tag)]);
       pair = std::find_if(pair, last, [tag](const pair_t& other) { return other.tag != tag; });
     }
     for (pair = std::unique(first, last, is_repeated); pair != last; ++pair) pair->tag = -1;
@@ -174,7 +174,7 @@ void sort_pairs(const Tagset& tagset, LexiconFaults& faults, lexicon_lines_t& li
 }
 
 // The lines in byte order of their word forms; of several lines with one word form the first alone.
-std::vector<uint32_t> sorted_lines(const lexicon_lines_t& lines, LexiconFaults& faults) {
+std::vector<uint32_t> sorted_lines(const lexicon_lines_t& lines, LexiconSink& sink) {
   std::vector<uint32_t> order = sorted_order(lines.words);
   const auto same = [&](uint32_t a, uint32_t b) { return str_cmp(lines.words[a], lines.words[b]) == 0; };
   if (std::adjacent_find(order.begin(), order.end(), same) == order.end()) return order;
@@ -182,7 +182,7 @@ std::vector<uint32_t> sorted_lines(const lexicon_lines_t& lines, LexiconFaults& 
     const auto last = std::find_if(first, order.end(), [&](uint32_t i) { return !same(*first, i); });
     std::sort(first, last);
     for (auto again = first + 1; again != last; ++again)
-      faults.word_twice(int64_t{*again} + 1, int64_t{*first} + 1, lines.words[*again]);
+      sink.word_twice(int64_t{*again} + 1, int64_t{*first} + 1, lines.words[*again]);
     first = last;
   }
   order.erase(std::unique(order.begin(), order.end(), same), order.end());
@@ -195,9 +195,10 @@ class LexiconWriter {
   LexiconWriter(size_t entries, size_t readings) {
     parts_.words.reserve(entries);
     parts_.records.reserve(entries);
-    tags_ = parts_.numbers.emplace_back(std::make_unique_for_overwrite<int32_t[]>(readings)).get();
-    lemmas_ = parts_.numbers.emplace_back(std::make_unique_for_overwrite<int32_t[]>(readings)).get();
-    probs_ = parts_.probs.emplace_back(std::make_unique<float[]>(readings)).get();
+    tags_ = parts_.numbers.take(readings);
+    lemmas_ = parts_.numbers.take(readings);
+    probs_ = parts_.probs.take(readings);
+    std::fill_n(probs_, readings, 0.0f);
   }
 
   void insert_word(const char* word, const pair_t* first, const pair_t* last) {
@@ -223,7 +224,7 @@ class LexiconWriter {
     lexicon.tags = tags_;
     lexicon.lemma_numbers = lemmas_;
     lexicon.probs = probs_;
-    lexicon.counts.assign(used_, 0);
+    lexicon.readings = used_;
     lexicon.lexicon = Lexicon(std::move(parts_));
   }
 
@@ -235,13 +236,13 @@ class LexiconWriter {
   size_t used_ = 0;  // readings
 };
 
-void read_words(const Progress& progress, LexiconFaults& faults, lexicon_lines_t lines,
+void read_words(const Progress& progress, LexiconSink& sink, lexicon_lines_t lines,
                 TrainingLexicon& lexicon) {
   say(progress, "\t\treading the entries ...\n");
-  sort_pairs(lexicon.tagset, faults, lines);
+  sort_pairs(lexicon.tagset, sink, lines);
 
   say(progress, "\t\tsorting the lexicon ...\n");
-  const std::vector<uint32_t> order = sorted_lines(lines, faults);
+  const std::vector<uint32_t> order = sorted_lines(lines, sink);
   const int tags = lexicon.tagset.Number_of_Tags;
   LexiconWriter writer(order.size() - First_Entry, lines.pairs.size() + 2 * static_cast<size_t>(tags));
   writer.insert_number_entry(tags, lexicon.lemmas.lemma_number(Card_Lemma));
@@ -255,27 +256,27 @@ void read_words(const Progress& progress, LexiconFaults& faults, lexicon_lines_t
 }
 
 TrainingLexicon read_lexicon(LineReader& reader, const std::string& sentence_tag, const Progress& progress,
-                             LexiconFaults& faults) {
+                             LexiconSink& sink) {
   say(progress, "\treading the lexicon ...\n");
   lexicon_lines_t lines;
   TrainingLexicon lexicon;
-  lexicon.tagset = read_tags(reader, sentence_tag, progress, faults, lines);
+  lexicon.tagset = read_tags(reader, sentence_tag, progress, sink, lines);
   lexicon.lemmas = read_lemmas(progress, lines);
-  read_words(progress, faults, std::move(lines), lexicon);
+  read_words(progress, sink, std::move(lines), lexicon);
   return lexicon;
 }
 
 }  // namespace
 
 TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag,
-                                  const Progress& progress, LexiconFaults& faults) {
+                                  const Progress& progress, LexiconSink& sink) {
   const auto open = [](const char* name) {
     File file(std::fopen(name, "rt"));
     if (file == nullptr) fail("Can't open lexicon file: %s\n\n", name);
     return file;
   };
   return with_lines(input, open,
-                    [&](LineReader reader) { return read_lexicon(reader, sentence_tag, progress, faults); });
+                    [&](LineReader reader) { return read_lexicon(reader, sentence_tag, progress, sink); });
 }
 
 }  // namespace orvelle

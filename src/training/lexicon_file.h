@@ -18,8 +18,8 @@
 
 namespace orvelle {
 
-// A lexicon while it is trained: its entries' arrays can be written, and their readings have counts. The readings of
-// all entries lie one behind the other.
+// A lexicon while it is trained: its entries' arrays can be written. The readings of all entries lie one behind the
+// other.
 struct TrainingLexicon {
   Tagset tagset;
   LemmaTable lemmas;
@@ -27,17 +27,18 @@ struct TrainingLexicon {
   int32_t* tags = nullptr;
   int32_t* lemma_numbers = nullptr;
   float* probs = nullptr;
-  std::vector<int32_t> counts;  // corpus tokens of the entry's word form with the tag
+  size_t readings = 0;
 
   // Where the readings of an entry begin.
   size_t first_reading(const entrydata_t& data) const { return static_cast<size_t>(data.tag - tags); }
 };
 
-// What is wrong with a lexicon file, as it is found. These end the reading with the message that stands for the fault;
-// where a method is overridden and returns, the reading goes on without what was at fault.
-class LexiconFaults {
+// Takes the lines of a lexicon file and what is wrong with them, as it is found. This one ends the reading with the
+// message that stands for the fault; where a method is overridden and returns, the reading goes on without what was at
+// fault.
+class LexiconSink {
  public:
-  virtual ~LexiconFaults() = default;
+  virtual ~LexiconSink() = default;
 
   // Every line, before its faults.
   virtual void line(int64_t number, const lexicon_line_t& fields);
@@ -50,9 +51,9 @@ class LexiconFaults {
   virtual void word_twice(int64_t line, int64_t first_line, const char* word);
 };
 
-// Reads the whole file: probabilities, frequencies and counts are 0. A file that cannot be opened is "Can't open lexicon
+// Reads the whole file: probabilities and frequencies are 0. A file that cannot be opened is "Can't open lexicon
 // file: %s\n\n".
 TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag,
-                                  const Progress& progress, LexiconFaults& faults);
+                                  const Progress& progress, LexiconSink& sink);
 
 }  // namespace orvelle

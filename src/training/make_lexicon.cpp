@@ -26,9 +26,9 @@ int ordinary_threshold(int m, double Lex_Threshold) {
 
 }  // namespace
 
-void filter_tags(TrainingLexicon& lexicon, double Lex_Threshold) {
+void filter_tags(TrainingLexicon& lexicon, std::vector<int32_t>& readings, double Lex_Threshold) {
   for_all_entries(lexicon, [&](int index, entrydata_t& data, size_t first) {
-    int32_t* const count = lexicon.counts.data() + first;
+    int32_t* const count = readings.data() + first;
     int32_t* const tag = lexicon.tags + first;
     int32_t* const lemma = lexicon.lemma_numbers + first;
     const int m = data.n > 0 ? std::max(0, *std::max_element(count, count + data.n)) : 0;
@@ -46,9 +46,9 @@ void filter_tags(TrainingLexicon& lexicon, double Lex_Threshold) {
   });
 }
 
-void set_relative_frequencies(TrainingLexicon& lexicon) {
+void set_relative_frequencies(TrainingLexicon& lexicon, const std::vector<int32_t>& readings) {
   for_all_entries(lexicon, [&](int, entrydata_t& data, size_t first) {
-    const int32_t* const count = lexicon.counts.data() + first;
+    const int32_t* const count = readings.data() + first;
     float* const prob = lexicon.probs + first;
     data.freq = 0;
     for (int i = 0; i < data.n; ++i) data.freq += count[i];

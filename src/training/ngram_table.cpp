@@ -36,10 +36,10 @@ context_tag_t context_tag(const Tagset& tagset, std::string_view line, std::stri
   return {context_tag_t::Token, static_cast<int16_t>(tag)};
 }
 
-NGramTable::NGramTable(int context_size, bool keeps_progress, size_t window)
+NGramCounter::NGramCounter(int context_size, bool keeps_progress, size_t window)
     : length_(static_cast<size_t>(context_size) + 1), keeps_progress_(keeps_progress), window_size_(window) {}
 
-void NGramTable::add_line(context_tag_t context, std::string_view line) {
+void NGramCounter::add_line(context_tag_t context, std::string_view line) {
   if (failed_) return;
   ++line_no_;
   if (context.kind == context_tag_t::Empty_Line) return;
@@ -48,41 +48,16 @@ void NGramTable::add_line(context_tag_t context, std::string_view line) {
   if (window_.size() >= length_ + std::max(length_, window_size_)) count_window();
   if (keeps_progress_ && line_no_ % Progress_Step == 0) {
     count_window();
-    progress_.emplace_back(line_no_, static_cast<long>(size()));
+    progress_.emplace_back(line_no_, static_cast<long>(counts_.size()));
   }
 }
 
-void NGramTable::fail_at(context_tag_t context, std::string_view line) {
+void NGramCounter::fail_at(context_tag_t context, std::string_view line) {
   failed_ = true;
   if (context.kind == context_tag_t::Unknown_Tag) failure_ = context_tag_text(line);
 }
 
-void NGramTable::finish(int number_of_tags) {
-  if (length_ > INT_MAX) space_error();
-  count_window();
-  window_ = {};
-  slots_ = {};
-  sort_by_predicted_tag(number_of_tags);
-}
-
-// A counting sort. The tree's tables are made from the n-grams in this order, several times over.
-void NGramTable::sort_by_predicted_tag(int number_of_tags) {
-  const auto predicted = [this](size_t i) { return tags(i)[length_ - 1]; };
-  std::vector<size_t> place(static_cast<size_t>(number_of_tags) + 1, 0);
-  for (size_t i = 0; i < size(); ++i) ++place[predicted(i) + 1];
-  for (size_t k = 0; k + 1 < place.size(); ++k) place[k + 1] += place[k];
-  std::vector<uint16_t> sorted_tags(tags_.size());
-  std::vector<uint32_t> sorted_counts(size());
-  for (size_t i = 0; i < size(); ++i) {
-    const size_t to = place[predicted(i)]++;
-    std::copy_n(tags(i), length_, sorted_tags.begin() + static_cast<std::ptrdiff_t>(to * length_));
-    sorted_counts[to] = count(i);
-  }
-  tags_ = std::move(sorted_tags);
-  counts_ = std::move(sorted_counts);
-}
-
-void NGramTable::count_window() {
+void NGramCounter::count_window() {
   if (window_.size() < length_) return;
   const size_t ngrams = window_.size() - length_ + 1;
   for (size_t i = 0; i < ngrams; i += Group_Size)
@@ -90,8 +65,8 @@ void NGramTable::count_window() {
   window_.erase(window_.begin(), window_.begin() + static_cast<std::ptrdiff_t>(ngrams));
 }
 
-void NGramTable::count_ngrams(const uint16_t* first, size_t ngrams) {
-  make_room(size() + ngrams);
+void NGramCounter::count_ngrams(const uint16_t* first, size_t ngrams) {
+  make_room(counts_.size() + ngrams);
   uint32_t hashes[Group_Size];
   for (size_t i = 0; i < ngrams; ++i) {
     hashes[i] = hash_of(first + i);
@@ -106,7 +81,7 @@ void NGramTable::count_ngrams(const uint16_t* first, size_t ngrams) {
   for (size_t i = 0; i < ngrams; ++i) count_ngram(first + i, hashes[i]);
 }
 
-void NGramTable::count_ngram(const uint16_t* ngram, uint32_t hash) {
+void NGramCounter::count_ngram(const uint16_t* ngram, uint32_t hash) {
   const size_t mask = slots_.size() - 1;
   size_t i = hash & mask;
   for (; slots_[i].number != 0; i = (i + 1) & mask) {
@@ -123,7 +98,7 @@ void NGramTable::count_ngram(const uint16_t* ngram, uint32_t hash) {
 
 // Every tag passes through a multiplication and a fold: the sums and shifts of neighbouring tag numbers that a simpler
 // hash makes collide in masses from four tags on.
-uint32_t NGramTable::hash_of(const uint16_t* ngram) const {
+uint32_t NGramCounter::hash_of(const uint16_t* ngram) const {
   uint64_t hash = 0;
   for (size_t i = 0; i < length_; ++i) {
     hash = (hash ^ ngram[i]) * 0x9E3779B97F4A7C15;
@@ -132,7 +107,7 @@ uint32_t NGramTable::hash_of(const uint16_t* ngram) const {
   return static_cast<uint32_t>(hash);
 }
 
-void NGramTable::make_room(size_t ngrams) {
+void NGramCounter::make_room(size_t ngrams) {
   if (2 * ngrams <= slots_.size()) return;
   std::vector<slot_t> old = std::move(slots_);
   slots_.assign(std::max<size_t>(1024, 2 * old.size()), slot_t{});
@@ -145,7 +120,7 @@ void NGramTable::make_room(size_t ngrams) {
   }
 }
 
-void NGramTable::report(const Progress& progress) const {
+void NGramCounter::report(const Progress& progress) const {
   if (progress) {
     progress("\tmaking ngram table ...\n");
     for (const auto& [line, ngrams] : progress_) progress(formatted("\r%ld\t%ld", line, ngrams));
@@ -155,7 +130,29 @@ void NGramTable::report(const Progress& progress) const {
     fail("\nError: missing tag in line %ld of training corpus\n", static_cast<long>(line_no_));
   }
   if (progress)
-    progress(formatted("\r%ld\t%ld\nfinished.\n", static_cast<long>(line_no_), static_cast<long>(size())));
+    progress(
+        formatted("\r%ld\t%ld\nfinished.\n", static_cast<long>(line_no_), static_cast<long>(counts_.size())));
+}
+
+// A counting sort. The tree's tables are made from the n-grams in this order, several times over.
+NGramTable::NGramTable(NGramCounter counter, int number_of_tags, const Progress& progress)
+    : length_(counter.length_) {
+  if (length_ > INT_MAX) space_error();
+  counter.count_window();
+  counter.report(progress);
+  counter.slots_ = {};
+  const size_t ngrams = counter.counts_.size();
+  const auto predicted = [&](size_t i) { return counter.tags(i)[length_ - 1]; };
+  std::vector<size_t> place(static_cast<size_t>(number_of_tags) + 1, 0);
+  for (size_t i = 0; i < ngrams; ++i) ++place[predicted(i) + 1];
+  for (size_t k = 0; k + 1 < place.size(); ++k) place[k + 1] += place[k];
+  tags_.resize(ngrams * length_);
+  counts_.resize(ngrams);
+  for (size_t i = 0; i < ngrams; ++i) {
+    const size_t to = place[predicted(i)]++;
+    std::copy_n(counter.tags(i), length_, tags_.begin() + static_cast<std::ptrdiff_t>(to * length_));
+    counts_[to] = counter.counts_[i];
+  }
 }
 
 }  // namespace orvelle

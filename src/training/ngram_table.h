@@ -39,43 +39,32 @@ struct tag_count_t {
   uint32_t count;
 };
 
-class NGramTable {
+// Counts the n-grams of a corpus line by line.
+class NGramCounter {
  public:
-  // `window` is how many tags wait to be counted, at most (or as many as an n-gram has). `keeps_progress`: so that
-  // report can tell how the reading went.
-  NGramTable(int context_size, bool keeps_progress, size_t window = 4096);
+  // `window` is how many tags wait to be counted, at most (or as many as an n-gram has). `keeps_progress`: so that it
+  // can be told how the reading went.
+  NGramCounter(int context_size, bool keeps_progress, size_t window = 4096);
 
-  // Enters the next line of the corpus. The first line without a known tag is kept as the table's failure and ends
-  // the counting. `line` must be the line that `context` was made of.
+  // Enters the next line of the corpus, which `context` was made of. The first line without a known tag is kept as the
+  // failure and ends the counting.
   void add_line(context_tag_t context, std::string_view line);
 
-  // Counts what is still waiting and brings the n-grams into ascending order of their predicted tags. Requires: no line
-  // is added afterwards. A context size whose n-grams no table can hold is a space_error.
-  void finish(int number_of_tags);
-
-  // Reports the reading as it went: stage, progress counters, result. Throws what went wrong, if something did.
-  void report(const Progress& progress) const;
-
-  int length() const { return static_cast<int>(length_); }  // tags in an n-gram
-  size_t size() const { return counts_.size(); }            // distinct n-grams
-
-  // N-gram i, oldest tag first, and how often it occurs. Requires: finish.
-  const uint16_t* tags(size_t i) const { return tags_.data() + i * length_; }
-  uint32_t count(size_t i) const { return counts_[i]; }
-
  private:
+  friend class NGramTable;
   struct slot_t {
     uint32_t hash = 0;
     uint32_t number = 0;  // of the n-gram, plus 1; 0: empty
   };
 
+  const uint16_t* tags(size_t i) const { return tags_.data() + i * length_; }
   void fail_at(context_tag_t context, std::string_view line);
   void count_window();
   void count_ngrams(const uint16_t* first, size_t ngrams);
   void count_ngram(const uint16_t* ngram, uint32_t hash);
   uint32_t hash_of(const uint16_t* ngram) const;
   void make_room(size_t ngrams);
-  void sort_by_predicted_tag(int number_of_tags);
+  void report(const Progress& progress) const;
 
   size_t length_;
   bool keeps_progress_;
@@ -88,6 +77,25 @@ class NGramTable {
   std::vector<std::pair<long, long>> progress_;  // line number and distinct n-grams at every 1000th line
   bool failed_ = false;
   std::string failure_;  // the unknown tag; empty for a line without a tag
+};
+
+class NGramTable {
+ public:
+  // Takes what was counted, and reports the reading as it went: stage, progress counters, result. Throws what went wrong
+  // in it, if something did; a context size whose n-grams no table can hold is a space_error.
+  NGramTable(NGramCounter counter, int number_of_tags, const Progress& progress);
+
+  int length() const { return static_cast<int>(length_); }  // tags in an n-gram
+  size_t size() const { return counts_.size(); }            // distinct n-grams
+
+  // N-gram i, by ascending predicted tag, its oldest tag first, and how often it occurs.
+  const uint16_t* tags(size_t i) const { return tags_.data() + i * length_; }
+  uint32_t count(size_t i) const { return counts_[i]; }
+
+ private:
+  size_t length_;
+  std::vector<uint16_t> tags_;    // length_ tags an n-gram
+  std::vector<uint32_t> counts_;  // parallel to the n-grams
 };
 
 }  // namespace orvelle

@@ -5,16 +5,15 @@
 
 #include "support/errors.h"
 #include "support/files.h"
+#include "support/strings.h"
 
 namespace orvelle {
 
-void OpenClassFaults::unreadable(const char* name) { fail("Can't open open-class file: %s\n\n", name); }
+void OpenClassSink::unreadable(const char* name) { fail("Can't open open-class file: %s\n\n", name); }
 
-void OpenClassFaults::unknown_name(int64_t, const char* name) { unknown_tag(name); }
+void OpenClassSink::unknown_name(int64_t, const char* name) { unknown_tag(name); }
 
 namespace {
-
-bool is_space(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Calls `action(line, name)` for each name; `next_byte()` gives bytes and then EOF.
 template <class NextByte, class Action>
@@ -22,7 +21,7 @@ void for_each_name(NextByte next_byte, Action action) {
   int64_t line = 1;
   std::string name;
   for (int c = next_byte(); c != EOF || !name.empty(); c = next_byte()) {
-    const bool is_end = c == EOF || is_space(c);
+    const bool is_end = c == EOF || is_white_space(c);
     if (!is_end) name += static_cast<char>(c);
     if (!name.empty() && (is_end || name.size() == Max_Open_Class_Name)) {
       action(line, name.c_str());
@@ -46,13 +45,13 @@ void for_each_open_class(std::string_view text, const std::function<void(int64_t
 }
 
 std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,
-                                    OpenClassFaults& faults) {
+                                    OpenClassSink& sink) {
   say(progress, "\t\treading the open class tags ...\n");
   std::vector<char> Open_Class(static_cast<size_t>(tagset.Number_of_Tags), 0);
   const auto take = [&](int64_t line, const char* name) {
     const int tag = tagset.find_tag(name);
     if (tag < 0)
-      faults.unknown_name(line, name);
+      sink.unknown_name(line, name);
     else
       Open_Class[static_cast<size_t>(tag)] = 1;
   };
@@ -63,11 +62,11 @@ std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, co
   const File file(input.stream == nullptr ? std::fopen(input.name, "rt") : nullptr);
   FILE* const stream = input.stream != nullptr ? input.stream : file.get();
   if (stream == nullptr) {
-    faults.unreadable(input.name);
+    sink.unreadable(input.name);
     return Open_Class;
   }
   for_each_name([stream] { return std::getc(stream); }, take);
-  if (std::ferror(stream)) faults.read_error();
+  if (std::ferror(stream)) sink.read_error();
   return Open_Class;
 }
 

@@ -14,10 +14,10 @@ namespace orvelle {
 
 inline constexpr int Max_Open_Class_Name = 999;  // bytes; a longer name is read as several
 
-// What is found in an open-class file.
-class OpenClassFaults {
+// Takes what is wrong with an open-class file. This one ends the reading where the training does.
+class OpenClassSink {
  public:
-  virtual ~OpenClassFaults() = default;
+  virtual ~OpenClassSink() = default;
 
   virtual void unreadable(const char* name);                  // throws "Can't open open-class file: %s\n\n"
   virtual void unknown_name(int64_t line, const char* name);  // throws unknown_tag(name)
@@ -30,6 +30,6 @@ void for_each_open_class(std::string_view text,
 
 // For each tag number 1 if the file lists the tag, else 0: `Open_Class`.
 std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, const Progress& progress,
-                                    OpenClassFaults& faults);
+                                    OpenClassSink& sink);
 
 }  // namespace orvelle

@@ -16,32 +16,31 @@ namespace orvelle {
 
 TrainedModel train(const TrainingInputs& inputs, const Settings& settings, const Progress& progress,
                    const Warn& warn) {
-  LexiconFaults lexicon_faults;
-  OpenClassFaults open_class_faults;
-  CorpusFaults corpus_faults;
-  TrainingLexicon lexicon = read_lexicon_file(inputs.lexicon, settings.SENT_TAG, progress, lexicon_faults);
+  LexiconSink lexicon_sink;
+  OpenClassSink open_class_sink;
+  CorpusSink corpus_sink;
+  TrainingLexicon lexicon = read_lexicon_file(inputs.lexicon, settings.SENT_TAG, progress, lexicon_sink);
   const std::vector<char> Open_Class =
-      read_open_classes(inputs.open_classes, lexicon.tagset, progress, open_class_faults);
+      read_open_classes(inputs.open_classes, lexicon.tagset, progress, open_class_sink);
 
   say(progress, "\tcalculating tag frequencies ...\n");
-  CorpusCounts corpus = count_corpus(inputs.corpus, lexicon, settings.Context_Size, progress, corpus_faults);
-  filter_tags(lexicon, settings.Lex_Threshold);
-  set_relative_frequencies(lexicon);
+  CorpusCounts counts = count_corpus(inputs.corpus, lexicon, settings.Context_Size, progress, corpus_sink);
+  filter_tags(lexicon, counts.readings, settings.Lex_Threshold);
+  set_relative_frequencies(lexicon, counts.readings);
 
   say(progress, "\tmaking affix tree ...\n");
   AffixLexicons affixes =
       make_affix_trees(lexicon.lexicon, lexicon.tagset, Open_Class, settings.Cut_Off_Gain, progress, warn);
 
-  smooth_with_classes(lexicon, settings);
-  lexicon.counts = {};
+  smooth_with_classes(lexicon, counts.readings, settings);
+  counts.readings = {};
   say(progress, "\treading classes ...\n");
 
-  corpus.ngrams.finish(lexicon.tagset.Number_of_Tags);
-  corpus.ngrams.report(progress);
-  GrownTree tree = make_tree(corpus.ngrams, settings, lexicon.tagset.Number_of_Tags, progress);
+  const NGramTable ngrams(std::move(counts.ngrams), lexicon.tagset.Number_of_Tags, progress);
+  GrownTree tree = make_tree(ngrams, settings, lexicon.tagset.Number_of_Tags, progress);
   return {settings.UTF8_Processing,
           {std::move(lexicon.tagset), std::move(lexicon.lemmas), std::move(lexicon.lexicon),
-           tag_factors(corpus.Tag_Freq)},
+           tag_factors(counts.Tag_Freq)},
           std::move(affixes),
           std::move(tree)};
 }

@@ -49,7 +49,7 @@ GrownTree make_tree(const NGramTable& ngrams, const Settings& settings, int numb
   tree.Smoothing_Weight = settings.Smoothing_Weight;
   SplitSearch search(ngrams, {settings.Smoothing_Weight, settings.Min_Info_Gain, number_of_tags});
   chain_start_t root = make_root(ngrams, number_of_tags, tree);
-  TreeGrower(search, tree, progress).grow(std::move(root));
+  ContextTreeGrower(search, tree, progress).grow(std::move(root));
   return tree;
 }
 

@@ -19,9 +19,9 @@ node_t* new_node(GrownTree& tree, const Progress& progress);
 // Grows chains: a node that a yes answer leads to (or the root), its no child, the no child of that one, and so on. No
 // children share their chain's prior; only a yes answer brings a new one. `Search` is SplitSearch, or a test's own.
 template <class Search>
-class TreeGrower {
+class ContextTreeGrower {
  public:
-  TreeGrower(Search& search, GrownTree& tree, const Progress& progress)
+  ContextTreeGrower(Search& search, GrownTree& tree, const Progress& progress)
       : search_(search), tree_(tree), progress_(progress) {}
 
   void grow(chain_start_t root) {

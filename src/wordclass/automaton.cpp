@@ -13,7 +13,7 @@ namespace orvelle {
 namespace {
 
 constexpr size_t Max_Token_Length = 100;  // bytes; what follows is read as the number
-constexpr const char* Class_Keyword = "wordclass";
+constexpr std::string_view Class_Keyword = "wordclass";
 
 // ---- Triples ----
 
@@ -24,12 +24,10 @@ struct triple_t {
   bool is_class() const { return token == Class_Keyword; }
 };
 
-bool is_blank(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 int first_nonblank(FILE* file) {
   int c;
   do c = std::getc(file);
-  while (is_blank(c));
+  while (is_white_space(c));
   return c;
 }
 
@@ -50,7 +48,7 @@ bool read_number(FILE* file, int& number) {
 bool read_token(FILE* file, std::string& token) {
   token.clear();
   int c = first_nonblank(file);
-  for (; c != EOF && !is_blank(c) && token.size() < Max_Token_Length; c = std::getc(file))
+  for (; c != EOF && !is_white_space(c) && token.size() < Max_Token_Length; c = std::getc(file))
     token += static_cast<char>(c);
   std::ungetc(c, file);
   return !token.empty();

@@ -41,8 +41,8 @@ entrydata_t WordClasses::make_record(const row_t& row) {
   const auto is_kept = [threshold](double value) { return value > threshold; };
 
   const auto n = static_cast<int32_t>(std::ranges::count_if(row, is_kept));
-  int32_t* tag = numbers_.emplace_back(new int32_t[static_cast<size_t>(n)]).get();
-  float* prob = probs_.emplace_back(new float[static_cast<size_t>(n)]).get();
+  int32_t* tag = numbers_.take(static_cast<size_t>(n));
+  float* prob = probs_.take(static_cast<size_t>(n));
   int kept = 0;
   for (size_t t = 0; t < row.size(); ++t) {
     if (!is_kept(row[t])) continue;

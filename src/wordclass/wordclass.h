@@ -5,11 +5,11 @@
 #include <orvelle/error.h>
 #include <orvelle/tables.h>
 
-#include <memory>
 #include <string_view>
 #include <vector>
 
 #include "lexicon/lexicon.h"
+#include "support/block_arena.h"
 
 namespace orvelle {
 
@@ -34,8 +34,8 @@ class WordClasses {
   entrydata_t make_record(const std::vector<double>& row);
 
   std::vector<entrydata_t> records_;  // what the slots point to
-  std::vector<std::unique_ptr<int32_t[]>> numbers_;
-  std::vector<std::unique_ptr<float[]>> probs_;
+  BlockArena<int32_t> numbers_;
+  BlockArena<float> probs_;
 };
 
 }  // namespace orvelle

@@ -54,11 +54,11 @@ counts_t slow_counts(const std::vector<std::pair<std::string, std::string>>& tok
 }
 
 counts_t fast_counts(const Input& corpus, size_t max_cached_bytes) {
-  LexiconFaults lexicon_faults;
-  CorpusFaults corpus_faults;
-  TrainingLexicon lexicon = read_lexicon_file({nullptr, Entries}, "SENT", {}, lexicon_faults);
-  CorpusCounts counted = count_corpus(corpus, lexicon, Context_Size, {}, corpus_faults, max_cached_bytes);
-  counted.ngrams.finish(lexicon.tagset.Number_of_Tags);
+  LexiconSink lexicon_sink;
+  CorpusSink corpus_sink;
+  const TrainingLexicon lexicon = read_lexicon_file({nullptr, Entries}, "SENT", {}, lexicon_sink);
+  CorpusCounts counted = count_corpus(corpus, lexicon, Context_Size, {}, corpus_sink, max_cached_bytes);
+  const NGramTable ngrams(std::move(counted.ngrams), lexicon.tagset.Number_of_Tags, {});
   counts_t counts;
   for (int t = 0; t < lexicon.tagset.Number_of_Tags; ++t)
     if (counted.Tag_Freq[t] > 0) counts.tags[lexicon.tagset.Tag[t]] = counted.Tag_Freq[t];
@@ -66,14 +66,13 @@ counts_t fast_counts(const Input& corpus, size_t max_cached_bytes) {
     const entry_t& entry = lexicon.lexicon.Fullform_Lexicon[i];
     const char* const name = i == Cardinal_Entry ? "@card@" : i == Ordinal_Entry ? "@ord@" : entry.word;
     for (int k = 0; k < entry.data->n; ++k)
-      if (const int count = lexicon.counts[lexicon.first_reading(*entry.data) + k])
+      if (const int count = counted.readings[lexicon.first_reading(*entry.data) + k])
         counts.readings[{name, lexicon.tagset.Tag[entry.data->tag[k]]}] = count;
   }
-  for (size_t i = 0; i < counted.ngrams.size(); ++i) {
+  for (size_t i = 0; i < ngrams.size(); ++i) {
     std::vector<std::string> names;
-    for (int k = 0; k < counted.ngrams.length(); ++k)
-      names.push_back(lexicon.tagset.Tag[counted.ngrams.tags(i)[k]]);
-    counts.ngrams[names] = static_cast<int>(counted.ngrams.count(i));
+    for (int k = 0; k < ngrams.length(); ++k) names.push_back(lexicon.tagset.Tag[ngrams.tags(i)[k]]);
+    counts.ngrams[names] = static_cast<int>(ngrams.count(i));
   }
   return counts;
 }
@@ -121,7 +120,7 @@ TEST(NGramTable, TellsNgramsApart) {
   for (const auto& [context_size, tags, length, window] :
        {std::tuple{1, 20000, 200000, 4096}, {3, 5, 5000, 1}, {2, 12, 5000, 7}, {9, 2, 3000, 4}}) {
     std::mt19937 random(5);
-    NGramTable table(context_size, false, static_cast<size_t>(window));
+    NGramCounter counter(context_size, false, static_cast<size_t>(window));
     std::vector<uint64_t> corpus, expected;  // the tags, and the n-grams as numbers whose digits are the tags
     const auto as_number = [tags = static_cast<uint64_t>(tags)](auto first, auto last) {
       return std::accumulate(first, last, uint64_t{0},
@@ -129,11 +128,11 @@ TEST(NGramTable, TellsNgramsApart) {
     };
     for (int i = 0; i < length; ++i) {
       corpus.push_back(random() % static_cast<size_t>(tags));
-      table.add_line({context_tag_t::Token, static_cast<int16_t>(corpus.back())}, "");
-      if (i % 7 == 0) table.add_line({context_tag_t::Empty_Line, -1}, "\n");
+      counter.add_line({context_tag_t::Token, static_cast<int16_t>(corpus.back())}, "");
+      if (i % 7 == 0) counter.add_line({context_tag_t::Empty_Line, -1}, "\n");
       if (i >= context_size) expected.push_back(as_number(corpus.end() - context_size - 1, corpus.end()));
     }
-    table.finish(tags);
+    const NGramTable table(std::move(counter), tags, {});
     ASSERT_EQ(table.length(), context_size + 1);
     std::vector<uint64_t> got;
     for (size_t i = 0; i < table.size(); ++i) {

@@ -116,7 +116,7 @@ TEST(MakeLexicon, TablesAreInByteOrder) {
   EXPECT_EQ(fullex.A_Priori_Tag_Prob_Fac, (std::vector<double>{4 / .5, 4 / 1.5, 4 / 2.5, 4 / 1.5, 4 / .5}));
   EXPECT_EQ(show(model, "x y "), "1: NN/1\r 0.010870 nn/!   0.989130");
   EXPECT_EQ(show(model, "b"), "0: VB/a 0.500000 \xC3/@card@ 0.500000");
-  OpenClassFaults faults;
+  OpenClassSink faults;
   EXPECT_EQ(read_open_classes({nullptr, open}, fullex.tagset, {}, faults),
             (std::vector<char>{1, 0, 1, 0, 0}));
 }

@@ -208,10 +208,9 @@ class Corpora : public testing::Test {
   static constexpr int Kinds = 5;
 
   NGramTable ngrams_of(const std::vector<int>& corpus) const {
-    NGramTable ngrams(settings_.Context_Size, false);
+    NGramCounter ngrams(settings_.Context_Size, false);
     for (const int tag : corpus) ngrams.add_line({context_tag_t::Token, static_cast<int16_t>(tag)}, "");
-    ngrams.finish(Number_of_Tags);
-    return ngrams;
+    return {std::move(ngrams), Number_of_Tags, {}};
   }
 
   // The section of a tree, and that of the tree that a reader of it has in memory.
@@ -243,7 +242,7 @@ class Corpora : public testing::Test {
     tree.Smoothing_Weight = settings_.Smoothing_Weight;
     CheckedSearch search(ngrams, {settings_.Smoothing_Weight, settings_.Min_Info_Gain, Number_of_Tags});
     const Progress silent;
-    TreeGrower(search, tree, silent).grow(make_root(ngrams, Number_of_Tags, tree));
+    ContextTreeGrower(search, tree, silent).grow(make_root(ngrams, Number_of_Tags, tree));
     return search;
   }
 
