@@ -12,6 +12,7 @@ add_library(orvelle_training STATIC
   src/training/chain_tables.cpp
   src/training/corpus_pass.cpp
   src/training/equivalence_classes.cpp
+  src/training/learn_lemmas.cpp
   src/training/lexicon_file.cpp
   src/training/make_lexicon.cpp
   src/training/ngram_table.cpp
@@ -23,14 +24,15 @@ target_link_libraries(orvelle_training PUBLIC orvelle_internal)
 
 add_executable(train-orvelle
   src/commands/heap.cpp
+  src/commands/standard_streams.cpp
   src/commands/train_command_line.cpp
   src/commands/train_orvelle.cpp
 )
 target_link_libraries(train-orvelle PRIVATE orvelle_training)
 
-# The library has the target name orvelle, so the program's target is called orvelle-cli.
+# The subcommands of orvelle, and all that is theirs.
 find_package(Threads REQUIRED)
-add_executable(orvelle-cli
+add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/check/findings.cpp
   src/commands/check/report.cpp
   src/commands/check_command.cpp
@@ -39,20 +41,35 @@ add_executable(orvelle-cli
   src/commands/escape.cpp
   src/commands/evaluate_command.cpp
   src/commands/evaluation.cpp
-  src/commands/orvelle.cpp
+  src/commands/interrupts.cpp
+  src/commands/model_columns.cpp
+  src/commands/new_file.cpp
   src/commands/prepare_command.cpp
   src/commands/remarks.cpp
+  src/commands/search.cpp
   src/commands/show_command.cpp
+  src/commands/standard_streams.cpp
   src/commands/tag_command.cpp
   src/commands/tagger_options.cpp
+  src/commands/text_format.cpp
   src/commands/text_io.cpp
+  src/commands/train_command.cpp
+  src/commands/train_command_line.cpp
+  src/commands/training_data.cpp
+  src/commands/training_texts.cpp
   src/commands/treebank.cpp
+  src/commands/treebank_options.cpp
   src/commands/trials.cpp
   src/commands/tune_command.cpp
+  src/commands/utf8_text.cpp
 )
+target_compile_definitions(orvelle_commands PUBLIC ORVELLE_VERSION="${PROJECT_VERSION}")
+target_link_libraries(orvelle_commands PUBLIC orvelle_training Threads::Threads)
+
+# The library has the target name orvelle, so the program's target is called orvelle-cli.
+add_executable(orvelle-cli src/commands/orvelle.cpp)
 set_target_properties(orvelle-cli PROPERTIES OUTPUT_NAME orvelle)
-target_compile_definitions(orvelle-cli PRIVATE ORVELLE_VERSION="${PROJECT_VERSION}")
-target_link_libraries(orvelle-cli PRIVATE orvelle_training Threads::Threads)
+target_link_libraries(orvelle-cli PRIVATE orvelle_commands)
 
 # With their manual pages and the completion.
 if(ORVELLE_INSTALL)

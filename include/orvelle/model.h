@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 #include <orvelle/automaton.h>
@@ -25,6 +26,12 @@
 namespace orvelle {
 
 struct Tables;  // inside the library
+
+// A line of a model's card.
+struct card_line_t {
+  std::string key;
+  std::string value;
+};
 
 class ORVELLE_API Model {
  public:
@@ -52,6 +59,22 @@ class ORVELLE_API Model {
 
   // The lemma that goes with tag `k` of an entry; "" where the entry is a word class and has none.
   const char* lemma(const entry_t& entry, int k) const noexcept;
+
+  // The lemma that the rules of a model file give a word form which the lexicon does not list; the form itself where no
+  // rule is for it, and of a model without rules.
+  std::string guess_lemma(const char* word, int tag) const;
+
+  // ---- the treebank, of a model file
+
+  // The column of CoNLL-U that the tags are of: "xpos", "upos" or "upos+feats" (a universal tag, and its features behind
+  // a |); "" where it is not known.
+  std::string_view treebank_column() const noexcept;
+
+  // The tag as the treebank has it: what the tag of sentence ends stands for at a word form, or the tag's name.
+  const char* treebank_tag(int tag, std::string_view word) const noexcept;
+
+  // What the model was made of and how, line by line; empty for a plain parameter file.
+  std::span<const card_line_t> card() const noexcept;
 
   // ---- the lexicon
 
@@ -120,7 +143,12 @@ class ORVELLE_API Model {
 ORVELLE_API Model read_parameter_file(const char* name);
 ORVELLE_API Model read_parameter_file(std::span<const std::byte> content);
 
-// Writes a model, without its word classes: the bytes that were read. A file of that name is emptied first; a write
+// The same for a model file, which has a parameter file and more in it; a plain parameter file will do. The file's
+// checksum must be right.
+ORVELLE_API Model read_model_file(const char* name);
+ORVELLE_API Model read_model_file(std::span<const std::byte> content);
+
+// Writes a model's parameter file: the bytes that were read, without word classes and all that only a model file has. A file of that name is emptied first; a write
 // that fails, closing included, is the Error "Can't write to output file".
 ORVELLE_API void write_parameter_file(const char* name, const Model& model);
 

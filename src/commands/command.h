@@ -28,6 +28,12 @@ struct option_t {
   const char* value;  // what its value is called in messages; null for an option without one
 };
 
+// Options that several commands take, and what their help says of them.
+struct option_group_t {
+  std::span<const option_t> options;
+  const char* help;
+};
+
 class CommandLine;
 
 struct command_t {
@@ -37,10 +43,11 @@ struct command_t {
   std::span<const option_t> options;
   int least, most;                                        // operands; `most` below 0: no limit
   int (*run)(const CommandLine& line, Remarks& remarks);  // returns the exit status
-  bool tags = false;                                      // takes the options of tagger_options.h as well
+  const option_group_t* group = nullptr;                  // that it takes as well
 };
 
 // Each in <name>_command.cpp.
+extern const command_t Train_Command;
 extern const command_t Prepare_Command;
 extern const command_t Check_Command;
 extern const command_t Tag_Command;

@@ -2,7 +2,6 @@
 #include <cstdlib>
 
 #include "commands/command.h"
-#include "commands/tagger_options.h"
 #include "support/errors.h"
 
 namespace orvelle {
@@ -13,8 +12,8 @@ const option_t& find_option(const command_t& command, std::string_view argument)
   if (argument.starts_with("--")) {
     for (const option_t& option : command.options)
       if (argument.substr(2) == option.name) return option;
-    if (command.tags)
-      for (const option_t& option : Tagger_Options)
+    if (command.group != nullptr)
+      for (const option_t& option : command.group->options)
         if (argument.substr(2) == option.name) return option;
   }
   misuse("no such option: " + std::string(argument));

@@ -1,5 +1,7 @@
 #include "commands/conllu.h"
 
+#include <vector>
+
 #include "support/strings.h"
 
 namespace orvelle {
@@ -22,6 +24,31 @@ conllu_line_t::kind_t kind_of(std::string_view id) {
 }
 
 }  // namespace
+
+std::string sorted_features(std::string_view features) {
+  std::vector<std::string_view> list;
+  while (!features.empty()) {
+    list.push_back(features.substr(0, features.find('|')));
+    features.remove_prefix(std::min(list.back().size() + 1, features.size()));
+  }
+  const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
+  const auto is_before = [&](std::string_view a, std::string_view b) {
+    a = a.substr(0, a.find('=')), b = b.substr(0, b.find('='));
+    return std::ranges::lexicographical_compare(a, b, {}, small, small);
+  };
+  std::ranges::stable_sort(list, is_before);
+  std::string text;
+  for (const std::string_view feature : list) (text += text.empty() ? "" : "|") += feature;
+  return text;
+}
+
+std::string conllu_tag(const conllu_line_t& line, tag_column_t column) {
+  const auto value = [&](conllu_line_t::column_t c) { return line.columns[c] == "_" ? "" : line.columns[c]; };
+  std::string tag(value(column == tag_column_t::Xpos ? conllu_line_t::Xpos : conllu_line_t::Upos));
+  if (!tag.empty() && column == tag_column_t::Upos_Feats && !value(conllu_line_t::Feats).empty())
+    tag.append("|").append(sorted_features(value(conllu_line_t::Feats)));
+  return tag;
+}
 
 conllu_line_t parse_conllu(std::string_view text) {
   conllu_line_t line;

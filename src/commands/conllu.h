@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 #include <string_view>
 
 namespace orvelle {
@@ -34,5 +35,14 @@ struct conllu_line_t {
 
 // A line that is not empty, without its line end.
 conllu_line_t parse_conllu(std::string_view line);
+
+// What of a token is its tag: XPOS, UPOS, or UPOS with a | and the features behind it.
+enum class tag_column_t { Xpos, Upos, Upos_Feats };
+inline constexpr const char* Tag_Column_Names[] = {"xpos", "upos", "upos+feats"};
+
+// The tag of a token; "" without one. Features come in the order that the format demands: by their names, whatever the
+// case of the letters.
+std::string conllu_tag(const conllu_line_t& line, tag_column_t column);
+std::string sorted_features(std::string_view features);
 
 }  // namespace orvelle

@@ -10,9 +10,13 @@
 #include "commands/conllu.h"
 #include "commands/escape.h"
 #include "commands/evaluation.h"
+#include "commands/model_columns.h"
 #include "commands/sentence_jobs.h"
 #include "commands/tagger_options.h"
+#include "commands/text_format.h"
 #include "commands/text_io.h"
+#include "commands/treebank_options.h"
+#include "commands/utf8_text.h"
 #include "support/errors.h"
 #include "training/corpus_pass.h"
 
@@ -21,17 +25,22 @@ namespace orvelle {
 namespace {
 
 constexpr char Help[] =
-    "Usage: orvelle evaluate [OPTION...] PARAMETER-FILE [GOLD-CORPUS]\n"
+    "Usage: orvelle evaluate [OPTION...] MODEL [GOLD-CORPUS]\n"
     "\n"
-    "Tags the words of a gold corpus, or of standard input, and compares: one word a line,\n"
-    "a TAB, its tag; what stands behind a second TAB does not count. A sentence ends at an\n"
-    "empty line, and in a corpus without any at a word with the sentence tag.\n"
+    "Tags the words of a gold corpus, or of standard input, and compares. The corpus is\n"
+    "CoNLL-U, of which tags and lemmas count; or one word a line, a TAB, its tag, where what\n"
+    "stands behind a second TAB does not count. A sentence ends at an empty line, and in a\n"
+    "corpus without any at a word with the sentence tag.\n"
     "\n"
+    "  --format FORMAT     conllu or words (what the corpus looks like)\n"
+    "  --column WHICH      the column of CoNLL-U with the gold tags: xpos, upos or upos+feats\n"
+    "                      (the one that the model was trained on, or xpos)\n"
     "  --json              everything as one JSON object\n"
     "  --tags N            the N most frequent tags in the table, 0 for all (20)\n"
     "  --confusions N      the N most frequent confusions, 0 for all (10)\n";
 
-constexpr option_t Options[] = {{"json", nullptr}, {"tags", "N"}, {"confusions", "N"}};
+constexpr option_t Options[] = {
+    {"json", nullptr}, {"tags", "N"}, {"confusions", "N"}, {"format", "FORMAT"}, {"column", "WHICH"}};
 
 using tag_row_t = std::pair<const std::string, tag_score_t>;
 using confusion_row_t = std::pair<const std::pair<std::string, std::string>, confusion_t>;
@@ -50,12 +59,22 @@ double percent(double share) { return 100.0 * share; }
 
 // ---- reading
 
+struct gold_format_t {
+  bool is_conllu;
+  tag_column_t column;
+};
+
 // A worker of SentenceJobs.
 class GoldReader {
  public:
   // All must outlive the object. `name` is that of the corpus in messages.
-  GoldReader(const Model& model, const tagger_options_t& options, const char* name)
-      : name_(name), evaluator_(model, Tagger(model, options), true) {}
+  GoldReader(const Model& model, const tagger_options_t& options, const gold_format_t& format,
+             const char* name)
+      : name_(name),
+        format_(format),
+        utf8_(model.UTF8_Processing()),
+        evaluator_(model, Tagger(model, options), true,
+                   format.is_conllu ? gold_t::Of_Treebank : gold_t::Of_Model, format.column) {}
 
   void take_line(std::string_view line, int64_t number) {
     line = without_end(line);
@@ -64,6 +83,8 @@ class GoldReader {
       evaluator_.end_sentence();
       return;
     }
+    if (broken_line_ == 0 && utf8_ && encoding_of(line) == encoding_t::Other) broken_line_ = number;
+    if (format_.is_conllu) return take_conllu(line, number);
     line_.assign(line);
     const corpus_line_t token(line_.data());
     if (*token.word == '\0') return;
@@ -72,15 +93,30 @@ class GoldReader {
   }
 
   void end_text() { evaluator_.end_sentence(); }
+  bool ends_sentence(std::string_view line) const { return without_end(line).empty(); }
 
   evaluation_t take_result() {
     evaluation_t result = evaluator_.take_result();
     result.has_empty_lines = has_empty_lines_;
+    result.broken_line = std::exchange(broken_line_, 0);
     return result;
   }
 
  private:
+  void take_conllu(std::string_view text, int64_t number) {
+    const conllu_line_t line = parse_conllu(text);
+    if (line.kind == conllu_line_t::Not_Ten_Columns)
+      stop_at(name_, number, "not a CoNLL-U line of ten columns: " + printable(text));
+    if (line.kind != conllu_line_t::Token) return;
+    const std::string_view form = line.columns[conllu_line_t::Form],
+                           lemma = line.columns[conllu_line_t::Lemma];
+    evaluator_.add(form, conllu_tag(line, format_.column), lemma == "_" && form != "_" ? "" : lemma);
+  }
+
   const char* name_;
+  gold_format_t format_;
+  bool utf8_;
+  int64_t broken_line_ = 0;
   Evaluator evaluator_;
   bool has_empty_lines_ = false;
   std::string line_;  // that is being split
@@ -88,13 +124,14 @@ class GoldReader {
 
 // In a corpus without empty lines the sentence tags tell how many sentences are right; the decoding knows nothing of
 // them.
-evaluation_t evaluate(const Model& model, const tagger_options_t& options, TextInput& in, size_t jobs,
-                      Remarks& remarks) {
+evaluation_t evaluate(const Model& model, const tagger_options_t& options, const gold_format_t& format,
+                      TextInput& in, size_t jobs, Remarks& remarks) {
   evaluation_t result;
   ProgressLine progress(remarks, "evaluating");
   const auto take = [&result](const evaluation_t& part, bool) { result.add(part); };
-  SentenceJobs(in, GoldReader(model, options, in.name()), jobs, take).run(progress);
+  SentenceJobs(in, GoldReader(model, options, format, in.name()), jobs, take).run(progress);
   if (!result.has_empty_lines) result.sentences = result.marked_sentences;
+  if (result.broken_line != 0) remarks.say_at(in.name(), result.broken_line, Not_Utf8);
   if (result.all.words == 0) stop(std::string("no words in ") + in.name());
   return result;
 }
@@ -130,6 +167,11 @@ void put_table(TextOutput& out, const evaluation_t& result, int64_t tags, int64_
   put_score(out, "unknown words", result.unknown);
   put_score(out, "ambiguous words", result.ambiguous);
   put_score(out, "sentences", result.sentences);
+  if (result.universal.words > 0) {
+    put_score(out, "universal tags", result.universal);
+    put_score(out, "features", result.features);
+  }
+  if (result.lemmas.words > 0) put_score(out, "lemmas", result.lemmas);
 
   out.print("\n%-16s %9s %9s %9s %9s\n", "tag", "precision", "recall", "F1", "number");
   for (const tag_row_t* row : largest(result.tags, tags, [](const tag_row_t& r) { return r.second.gold; })) {
@@ -163,6 +205,11 @@ void put_json(TextOutput& out, const Model& model, const evaluation_t& result, d
   put_json_score(out, "unknown", result.unknown);
   put_json_score(out, "ambiguous", result.ambiguous);
   put_json_score(out, "sentences", result.sentences);
+  if (result.universal.words > 0) {
+    put_json_score(out, "universal_tags", result.universal);
+    put_json_score(out, "features", result.features);
+  }
+  if (result.lemmas.words > 0) put_json_score(out, "lemmas", result.lemmas);
   out.print("  \"words_per_second\": %.0f,\n  \"tags\": [", static_cast<double>(result.all.words) / seconds);
   const char* separator = "\n";
   for (const tag_row_t* row : largest(result.tags, 0, [](const tag_row_t& r) { return r.second.gold; })) {
@@ -193,15 +240,24 @@ void put_json(TextOutput& out, const Model& model, const evaluation_t& result, d
   out.put("\n  ]\n}\n");
 }
 
+gold_format_t gold_format(const CommandLine& line, const Model& model, TextInput& in) {
+  gold_format_t format{recognise_format(in) == text_format_t::Conllu, ModelColumns(model, nullptr).column()};
+  if (line.has("format")) format.is_conllu = line.choice("format", 0, {"words", "conllu"}) == 1;
+  format.column = tag_column(line).value_or(format.column);
+  return format;
+}
+
 int evaluate_command(const CommandLine& line, Remarks& remarks) {
-  const tagger_options_t options = tagger_options(line);
   const size_t jobs = jobs_option(line, 1);
   const int64_t tags = line.integer("tags", 20, 0, INT64_MAX);
   const int64_t confusions = line.integer("confusions", 10, 0, INT64_MAX);
-  const Model model = load_model(line);
+  const Model model = load_tagging_model(line);
+  const tagger_options_t options = tagger_options(line, model);
   TextInput in(text_name(line));
+  const gold_format_t format = gold_format(line, model, in);
+  tell_of_text(in, false, remarks);
   const auto start = std::chrono::steady_clock::now();
-  const evaluation_t result = evaluate(model, options, in, jobs, remarks);
+  const evaluation_t result = evaluate(model, options, format, in, jobs, remarks);
   report_foreign_tags(result, remarks);
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
   TextOutput out("-");
@@ -216,6 +272,6 @@ int evaluate_command(const CommandLine& line, Remarks& remarks) {
 }  // namespace
 
 const command_t Evaluate_Command = {
-    "evaluate", "compare with a gold corpus", Help, Options, 1, 2, evaluate_command, true};
+    "evaluate", "compare with a gold corpus", Help, Options, 1, 2, evaluate_command, &Tagger_Group};
 
 }  // namespace orvelle

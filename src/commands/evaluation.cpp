@@ -13,9 +13,11 @@ void confusion_t::add_example(const std::string& form) {
 void evaluation_t::add(const evaluation_t& other) {
   for (score_t evaluation_t::*const member :
        {&evaluation_t::all, &evaluation_t::known, &evaluation_t::unknown, &evaluation_t::ambiguous,
-        &evaluation_t::sentences, &evaluation_t::marked_sentences})
+        &evaluation_t::sentences, &evaluation_t::marked_sentences, &evaluation_t::lemmas,
+        &evaluation_t::universal, &evaluation_t::features})
     (this->*member).add(other.*member);
   has_empty_lines = has_empty_lines || other.has_empty_lines;
+  if (broken_line == 0) broken_line = other.broken_line;
   for (const auto& [name, theirs] : other.tags) {
     tag_score_t& score = tags[name];
     score.gold += theirs.gold;
@@ -30,8 +32,8 @@ void evaluation_t::add(const evaluation_t& other) {
   for (const auto& [name, words] : other.foreign_tags) foreign_tags[name] += words;
 }
 
-void Evaluator::add(std::string_view form, std::string_view gold) {
-  tokens_.push_back({std::string(form), std::string(gold)});
+void Evaluator::add(std::string_view form, std::string_view tag, std::string_view lemma) {
+  tokens_.push_back({std::string(form), std::string(tag), std::string(lemma)});
   if (tokens_.size() >= Tagger::Longest_Piece) compare(tokens_.size() - Tagger::Waiting_Words);
 }
 
@@ -49,25 +51,38 @@ void Evaluator::compare(size_t words) {
   forms_.clear();
   for (const token_t& token : tokens_) forms_.push_back(token.form);
   tagger_.tag(forms_);
-  for (size_t i = 0; i < words; ++i) compare(tokens_[i], model_.Tag(tagger_.chosen(i).tag));
+  for (size_t i = 0; i < words; ++i) compare(tokens_[i], tagger_.chosen(i));
   tagger_.settle(words);
   words_of_sentence_ += words;
   tokens_.erase(tokens_.begin(), tokens_.begin() + static_cast<ptrdiff_t>(words));
 }
 
-void Evaluator::compare(const token_t& token, std::string_view given) {
-  const bool is_right = token.gold == given;
+void Evaluator::compare(const token_t& token, const candidate_t& chosen) {
+  const std::string_view given =
+      gold_ == gold_t::Of_Treebank ? model_.treebank_tag(chosen.tag, token.form) : model_.Tag(chosen.tag);
+  if (!token.lemma.empty()) result_.lemmas.count(columns_.lemma(chosen, token.form) == token.lemma);
+  if (token.tag.empty()) return;
+  const bool is_right = token.tag == given;
   const entry_t* const entry = model_.find_entry(token.form.c_str());
   sentence_is_right_ = sentence_is_right_ && is_right;
   marked_sentence_is_right_ = marked_sentence_is_right_ && is_right;
-  if (token.gold == model_.Tag(model_.Sent_Tag())) {
+  if (token.tag == model_.Tag(model_.Sent_Tag())) {
     result_.marked_sentences.count(marked_sentence_is_right_);
     marked_sentence_is_right_ = true;
   }
   result_.all.count(is_right);
+  if (gold_ == gold_t::Of_Treebank && columns_.column() == tag_column_t::Upos_Feats)
+    compare_parts(token.tag, given);
   (entry != nullptr ? result_.known : result_.unknown).count(is_right);
   if (entry != nullptr && entry->data->n > 1) result_.ambiguous.count(is_right);
   if (details_) count_details(token, given);
+}
+
+void Evaluator::compare_parts(std::string_view gold, std::string_view given) {
+  const size_t gold_end = std::min(gold.find('|'), gold.size()),
+               given_end = std::min(given.find('|'), given.size());
+  result_.universal.count(gold.substr(0, gold_end) == given.substr(0, given_end));
+  result_.features.count(gold.substr(gold_end) == given.substr(given_end));
 }
 
 void Evaluator::count_details(const token_t& token, std::string_view given) {
@@ -75,14 +90,14 @@ void Evaluator::count_details(const token_t& token, std::string_view given) {
     const auto place = result_.tags.find(name);
     return place != result_.tags.end() ? place->second : result_.tags[std::string(name)];
   };
-  ++tag_score(token.gold).gold;
+  ++tag_score(token.tag).gold;
   ++tag_score(given).given;
-  if (token.gold == given) {
+  if (token.tag == given) {
     ++tag_score(given).right;
     return;
   }
-  if (model_.find_tag(token.gold) < 0) ++result_.foreign_tags[token.gold];
-  confusion_t& confusion = result_.confusions[{token.gold, std::string(given)}];
+  if (model_.find_tag(token.tag) < 0) ++result_.foreign_tags[token.tag];
+  confusion_t& confusion = result_.confusions[{token.tag, std::string(given)}];
   ++confusion.words;
   confusion.add_example(token.form);
 }

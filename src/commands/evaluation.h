@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "commands/model_columns.h"
+
 namespace orvelle {
 
 // Words of one kind, and those of them that got the gold tag.
@@ -60,7 +62,10 @@ struct evaluation_t {
   score_t ambiguous;             // the lexicon lists it with several tags
   score_t sentences;             // right: every word is; as end_sentence ends them
   score_t marked_sentences;      // the same, but each ends at a word with the gold tag of sentence ends
-  bool has_empty_lines = false;  // for the reader of the corpus to say
+  score_t lemmas;                // of the words that have a gold lemma
+  score_t universal, features;   // of tags with features: the universal tag, and the features
+  bool has_empty_lines = false;  // for the reader of the corpus to say, as is the next
+  int64_t broken_line = 0;       // the first that is not UTF-8 though the model is; 0 for none
   std::map<std::string, tag_score_t, std::less<>> tags;
   std::map<std::pair<std::string, std::string>, confusion_t> confusions;  // by gold tag and given tag
   std::map<std::string, int64_t, std::less<>>
@@ -70,14 +75,22 @@ struct evaluation_t {
   void add(const evaluation_t& other);
 };
 
+// What gold tags are: those of the model, with its tag for sentence ends, or those of its treebank.
+enum class gold_t { Of_Model, Of_Treebank };
+
 // Compares a gold corpus word by word; holds a piece of a sentence at a time.
 class Evaluator {
  public:
   // `details`: also the tags, confusions and foreign tags. The model must outlive the evaluator.
-  Evaluator(const Model& model, Tagger tagger, bool details)
-      : model_(model), tagger_(std::move(tagger)), details_(details) {}
+  // `column` is where the gold tags of a treebank stand.
+  Evaluator(const Model& model, Tagger tagger, bool details, gold_t gold,
+            tag_column_t column = tag_column_t::Xpos)
+      : model_(model), tagger_(std::move(tagger)), columns_(model, nullptr), details_(details), gold_(gold) {
+    columns_.set_column(column);
+  }
 
-  void add(std::string_view form, std::string_view gold);
+  // A word with its gold tag, "" if nobody knows it, and its gold lemma if it has one.
+  void add(std::string_view form, std::string_view tag, std::string_view lemma = {});
   void end_sentence();
 
   evaluation_t take_result() { return std::exchange(result_, {}); }
@@ -85,16 +98,20 @@ class Evaluator {
  private:
   struct token_t {
     std::string form;
-    std::string gold;
+    std::string tag;
+    std::string lemma;
   };
   void compare(size_t words);
-  void compare(const token_t& token, std::string_view given);
+  void compare(const token_t& token, const candidate_t& chosen);
+  void compare_parts(std::string_view gold, std::string_view given);
   void count_details(const token_t& token, std::string_view given);
 
   const Model& model_;
   Tagger tagger_;
+  ModelColumns columns_;
   evaluation_t result_;
   bool details_;
+  gold_t gold_;
   std::vector<token_t> tokens_;
   std::vector<std::string_view> forms_;
   size_t words_of_sentence_ = 0;  // compared already

@@ -5,6 +5,7 @@
 //   take       job 2                      in the order of add, one at a time
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -52,9 +53,14 @@ class OrderedJobs {
 
   // Waits until all jobs are taken.
   void finish() {
+    while (!finish_within(std::chrono::hours(1))) continue;
+  }
+  // The same, but not longer than that; returns whether they are.
+  bool finish_within(std::chrono::steady_clock::duration time) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [this] { return failure_ || slots_.empty(); });
+    const bool is_done = changed_.wait_for(lock, time, [this] { return failure_ || slots_.empty(); });
     if (failure_) std::rethrow_exception(failure_);
+    return is_done;
   }
 
  private:

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "commands/command.h"
-#include "commands/tagger_options.h"
+#include "commands/standard_streams.h"
 #include "commands/text_io.h"
 #include "support/errors.h"
 
@@ -12,9 +12,9 @@ using namespace orvelle;
 
 namespace {
 
-// In the order of the work: from a treebank to tagged text.
-const command_t* const Commands[] = {&Prepare_Command, &Check_Command,    &Tune_Command,
-                                     &Tag_Command,     &Evaluate_Command, &Show_Command};
+// The road of a treebank first, then the way through files of one's own.
+const command_t* const Commands[] = {&Train_Command,   &Tag_Command,   &Evaluate_Command, &Show_Command,
+                                     &Prepare_Command, &Check_Command, &Tune_Command};
 
 const command_t* find_command(std::string_view name) {
   for (const command_t* command : Commands)
@@ -56,7 +56,7 @@ int print_overview() {
 int print_help(const command_t& command) {
   TextOutput out("-");
   out.put(command.help);
-  if (command.tags) out.put(Tagger_Help);
+  if (command.group != nullptr) out.put(command.group->help);
   out.close();
   return 0;
 }
@@ -95,6 +95,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  take_standard_descriptors();
   // A reader that goes away early (`orvelle show --all FILE | head`) ends the program quietly, even where the
   // parent process ignores the signal.
   std::signal(SIGPIPE, SIG_DFL);

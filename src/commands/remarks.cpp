@@ -20,6 +20,10 @@ void stop(const std::string& text) { throw Failure(text, 1); }
 void stop_at(const char* file, int64_t line, const std::string& text) { stop(placed(file, line, text)); }
 void misuse(const std::string& text) { throw Failure(text, Misuse_Status); }
 
+std::string counted(int64_t number, const char* what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
 void Remarks::say(std::string_view text) {
   clear_progress();
   std::fprintf(stderr, "%s: %.*s\n", program_.c_str(), static_cast<int>(text.size()), text.data());

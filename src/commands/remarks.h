@@ -20,6 +20,9 @@ inline constexpr int Misuse_Status = 2;
 [[noreturn]] void stop_at(const char* file, int64_t line, const std::string& text);
 [[noreturn]] void misuse(const std::string& text);
 
+// A number and what it counts: "1 line", "2 lines".
+std::string counted(int64_t number, const char* what);
+
 class Remarks {
  public:
   explicit Remarks(const std::string& program) : program_(program) {}  // "orvelle prepare"
@@ -49,6 +52,9 @@ class ProgressLine {
   // Shows done/total as a percentage, at most some times a second; `total` 0 shows the bare count. Cheap enough for
   // every thousandth line.
   void update(int64_t done, int64_t total);
+
+  // Takes the line away until the next update, so that something else can be written.
+  void clear() { remarks_.clear_progress(); }
 
  private:
   Remarks& remarks_;

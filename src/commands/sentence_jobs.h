@@ -10,6 +10,7 @@
 //
 //   void take_line(std::string_view line_with_end, int64_t number);
 //   void end_text();                                      // behind the last line of a batch
+//   bool ends_sentence(std::string_view line_with_end) const;
 //   result_t take_result();                               // of the lines since the last call
 #pragma once
 
@@ -116,7 +117,7 @@ class SentenceJobs {
 
   void collect_line() {
     text_ += in_.line_with_end();
-    if (without_end(in_.line()).empty()) whole_ = text_.size();
+    if (alone_.ends_sentence(in_.line_with_end())) whole_ = text_.size();
     if (whole_ >= Batch_Size || in_.would_wait()) send_whole();
     if (text_.size() - whole_ > Longest_Wait) go_alone();
   }
@@ -144,7 +145,7 @@ class SentenceJobs {
 
   void take_line_alone() {
     alone_line(in_.line_with_end(), in_.number());
-    const bool ends_sentence = jobs_ && without_end(in_.line()).empty();
+    const bool ends_sentence = jobs_ && alone_.ends_sentence(in_.line_with_end());
     taken_ += in_.line().size();
     const bool would_wait = in_.would_wait();
     if (!ends_sentence && !would_wait && taken_ < Batch_Size) return;

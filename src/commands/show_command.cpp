@@ -6,12 +6,14 @@
 // positions.
 #include <orvelle/model.h>
 #include <orvelle/word_forms.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 #include <initializer_list>
+#include <map>
 #include <memory>
 #include <span>
 #include <string>
@@ -23,7 +25,9 @@
 #include "commands/escape.h"
 #include "commands/tagger_options.h"
 #include "commands/text_io.h"
+#include "model/parameter_file.h"
 #include "model/tables.h"
+#include "support/binary_output.h"
 #include "support/errors.h"
 #include "support/strings.h"
 #include "tagger/guesser.h"
@@ -33,10 +37,14 @@ namespace orvelle {
 namespace {
 
 constexpr char Help[] =
-    "Usage: orvelle show [OPTION...] FILE\n"
+    "Usage: orvelle show [OPTION...] MODEL\n"
     "\n"
-    "Shows what is in a parameter file; without an option a summary.\n"
+    "Shows what is in a model or a parameter file; without an option a summary.\n"
     "\n"
+    "  --card             what the model was made of and how, and how often it is right\n"
+    "  --json             the same as JSON\n"
+    "  --parameter-file F write the parameter file that is in the model to F, for programs\n"
+    "                     that take nothing else\n"
     "  --word FORM        the form's entry or, if it has none, the ways through the affix\n"
     "                     trees and what the tagger guesses; may be repeated\n"
     "  --context 'TAG...' for the tags before a word, the nearest last: the way through the\n"
@@ -49,8 +57,9 @@ constexpr char Help[] =
     "  --all              everything as text, one fact a line, names for numbers, numbers\n"
     "                     exact: made to be compared by diff\n";
 
-constexpr option_t Options[] = {{"word", "FORM"}, {"context", "TAGS"}, {"tree", nullptr}, {"dot", nullptr},
-                                {"depth", "N"},   {"best", "N"},       {"all", nullptr}};
+constexpr option_t Options[] = {
+    {"word", "FORM"}, {"context", "TAGS"}, {"tree", nullptr}, {"dot", nullptr},  {"depth", "N"},
+    {"best", "N"},    {"all", nullptr},    {"card", nullptr}, {"json", nullptr}, {"parameter-file", "FILE"}};
 
 // ---- distributions
 
@@ -188,8 +197,7 @@ void show_entry(TextOutput& out, const Model& model, const char* word, const ent
 
 void show_guess(TextOutput& out, const Model& model, const char* word, size_t most) {
   const Tables& tables = ModelAccess::tables(model);
-  Guesser guesser(tables, std::make_shared<RareWords>(tables, warn_on_standard_error),
-                  warn_on_standard_error);
+  Guesser guesser(tables, std::make_shared<RareWords>(tables, Warn()), Warn());
   distribution_t guess;
   for (const double prob : guesser.guess(word, nullptr))
     guess.push_back({static_cast<int>(guess.size()), prob});
@@ -467,17 +475,59 @@ void show_all(TextOutput& out, const Model& model) {
   });
 }
 
+// ---- --card
+
+// Keys that stand several times come as a list.
+void put_card_as_json(TextOutput& out, const Model& model) {
+  std::map<std::string, std::vector<std::string>> values;
+  std::vector<std::string> keys;  // in their order
+  for (const auto& [key, value] : model.card()) {
+    if (values[key].empty()) keys.push_back(key);
+    values[key].push_back(json_quoted(value));
+  }
+  out.put('{');
+  const char* separator = "\n";
+  for (const std::string& key : keys) {
+    out.put(joined({std::exchange(separator, ",\n"), "  ", json_quoted(key), ": "}));
+    const bool is_list = key == "input";
+    std::string list;
+    for (const std::string& value : values[key]) list += (list.empty() ? "" : ", ") + value;
+    out.put(is_list ? joined({"[", list, "]"}) : list);
+  }
+  out.put("\n}\n");
+}
+
+void show_card(TextOutput& out, const Model& model, bool as_json) {
+  if (model.card().empty()) stop("a plain parameter file has no card");
+  if (as_json) return put_card_as_json(out, model);
+  for (const auto& [key, value] : model.card())
+    out.print("%-14s %s\n", escaped(key).c_str(), escaped(value).c_str());
+}
+
+void write_parameter_file_of(const Model& model, const char* name) {
+  NewFile file(name);
+  BinaryOutput out(File(fdopen(dup(file.descriptor()), "wb")));
+  write_parameters(out, ModelAccess::tables(model));
+  out.close();
+  file.commit();
+}
+
 int show_command(const CommandLine& line, Remarks&) {
-  const bool any =
-      line.has("word") || line.has("context") || line.has("tree") || line.has("dot") || line.has("all");
+  const bool shows_card = line.has("card") || line.has("json");
+  const char* const parameter_file = line.value("parameter-file", nullptr);
+  const bool any = line.has("word") || line.has("context") || line.has("tree") || line.has("dot") ||
+                   line.has("all") || shows_card || parameter_file != nullptr;
   constexpr int64_t Most = 1000000000;
   const size_t most = static_cast<size_t>(line.integer("best", 10, 0, Most));
   const size_t most_in_tree = line.has("best") ? most : 3;
   const int32_t depth = static_cast<int32_t>(line.integer("depth", -1, 0, Most));
-  const Model model = read_parameter_file(path_of(line.operands()[0]));
+  if (parameter_file != nullptr) require_other_file(parameter_file, line.operands());
+  const Model model = load_model(line.operands()[0]);
 
+  if (parameter_file != nullptr) write_parameter_file_of(model, parameter_file);
   TextOutput out("-");
   if (!any) show_summary(out, model);
+  if (shows_card) show_card(out, model, line.has("json"));
   for (const char* word : line.values("word")) show_word(out, model, word, most);
   for (const char* context : line.values("context")) show_context(out, model, context, most);
   if (line.has("tree"))
@@ -491,6 +541,6 @@ int show_command(const CommandLine& line, Remarks&) {
 
 }  // namespace
 
-const command_t Show_Command = {"show", "what is in a parameter file", Help, Options, 1, 1, show_command};
+const command_t Show_Command = {"show", "what is in a model", Help, Options, 1, 1, show_command};
 
 }  // namespace orvelle

@@ -4,6 +4,8 @@
 // without an end leaves in pieces (orvelle/tagger.h). Output is flushed before input is waited for.
 #include <algorithm>
 #include <cstdio>
+#include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,43 +14,52 @@
 #include "commands/command.h"
 #include "commands/conllu.h"
 #include "commands/escape.h"
+#include "commands/model_columns.h"
 #include "commands/sentence_jobs.h"
 #include "commands/tagger_options.h"
+#include "commands/text_format.h"
 #include "commands/text_io.h"
+#include "commands/treebank_options.h"
+#include "commands/utf8_text.h"
 
 namespace orvelle {
 
 namespace {
 
 constexpr char Help[] =
-    "Usage: orvelle tag [OPTION...] PARAMETER-FILE [TEXT]\n"
+    "Usage: orvelle tag [OPTION...] MODEL [TEXT]\n"
     "\n"
-    "Tags a text, or standard input: one word a line, an empty line behind each sentence.\n"
-    "Writes each line with a TAB, the tag, a TAB and the lemma behind it. The word is what\n"
-    "stands before the first TAB of its line.\n"
+    "Tags a text, or standard input. Of CoNLL-U it fills in the columns for lemma and tag. Of\n"
+    "words, one a line, it writes each line with a TAB, the tag, a TAB and the lemma behind\n"
+    "it; the word is what stands before the first TAB, and an empty line ends a sentence.\n"
+    "Of a text with a sentence a line it tags what stands between blanks.\n"
     "\n"
+    "  --format FORMAT     conllu, words or lines (what the text looks like); --conllu is\n"
+    "                      short for --format conllu\n"
     "  --output FILE       write to FILE, not to standard output\n"
     "  --no-lemma          write no lemmas\n"
-    "  --unknown-lemma S   the lemma of a word for which the lexicon has none (the word)\n"
+    "  --unknown-lemma S   the lemma of a word for which the lexicon has none (by the rules\n"
+    "                      of the model, or the word)\n"
     "  --probabilities P   write every tag with a probability of at least P in this place\n"
     "                      of the text, the most probable first: TAB, tag, blank, lemma,\n"
-    "                      blank, probability for each; always at least one\n"
+    "                      blank, probability for each; always at least one. In CoNLL-U the\n"
+    "                      column MISC gets them\n"
     "  --markup            lines that begin with < and end with > are no words and pass\n"
     "                      through; tags inside a word do not count when it is looked up\n"
-    "  --conllu            the text is CoNLL-U: fill in its columns for lemma and tag\n"
-    "  --column WHICH      the column for the tag: xpos (default) or upos\n";
+    "  --column WHICH      the column of CoNLL-U for the tag: xpos, upos or upos+feats (the\n"
+    "                      one that the model was trained on, or xpos)\n";
 
 constexpr option_t Options[] = {{"output", "FILE"},     {"no-lemma", nullptr}, {"unknown-lemma", "LEMMA"},
                                 {"probabilities", "P"}, {"markup", nullptr},   {"conllu", nullptr},
-                                {"column", "WHICH"}};
+                                {"column", "WHICH"},    {"format", "FORMAT"}};
 
 struct settings_t {
   bool lemmas = true;
   const char* unknown_lemma = nullptr;  // null: the word form
   double least_probability = -1.0;      // below 0: the chosen tag alone
   bool markup = false;
-  bool conllu = false;
-  conllu_line_t::column_t tag_column = conllu_line_t::Xpos;
+  std::optional<text_format_t> format;  // none: to be recognised
+  std::optional<tag_column_t> column;   // none: the model's
   tagger_options_t tagger;
 };
 
@@ -58,29 +69,41 @@ settings_t settings_of(const CommandLine& line) {
   settings.unknown_lemma = line.value("unknown-lemma", nullptr);
   settings.least_probability = line.number("probabilities", -1.0, 0.0, 1.0);
   settings.markup = line.has("markup");
-  settings.conllu = line.has("conllu");
-  settings.tag_column =
-      line.choice("column", 0, {"xpos", "upos"}) == 0 ? conllu_line_t::Xpos : conllu_line_t::Upos;
-  if (settings.conllu && settings.least_probability >= 0.0)
-    misuse("--conllu has no column for --probabilities");
-  if (line.has("column") && !settings.conllu) misuse("--column goes with --conllu");
-  settings.tagger = tagger_options(line);
-  settings.tagger.strips_markup = settings.markup;
+  if (line.has("format"))
+    settings.format = static_cast<text_format_t>(line.choice("format", 0, {"words", "conllu", "lines"}));
+  if (line.has("conllu")) settings.format = text_format_t::Conllu;
+  settings.column = tag_column(line);
   return settings;
 }
+
+// Tagged text, and where its first line is that is not UTF-8 though it should be: 0 for none.
+struct tagged_t {
+  std::string text;
+  int64_t broken_line = 0;
+};
 
 // A worker of SentenceJobs.
 class TextTagger {
  public:
   // All but the settings must outlive the object. `name` is that of the text in messages.
-  TextTagger(const Model& model, const settings_t& settings, const char* name)
-      : model_(model), settings_(settings), name_(name), tagger_(model, settings.tagger) {}
+  TextTagger(const Model& model, const settings_t& settings, text_format_t format, const char* name)
+      : model_(model),
+        settings_(settings),
+        format_(format),
+        name_(name),
+        tagger_(model, settings.tagger),
+        columns_(model, settings.unknown_lemma) {
+    if (settings.column) columns_.set_column(*settings.column);
+  }
 
   void take_line(std::string_view line_with_end, int64_t number) {
     std::string_view text = line_with_end;
     if (text.ends_with('\n')) text.remove_suffix(1);
     const bool has_return = text.ends_with('\r');
     if (has_return) text.remove_suffix(1);
+    if (broken_line_ == 0 && model_.UTF8_Processing() && encoding_of(text) == encoding_t::Other)
+      broken_line_ = number;
+    if (format_ == text_format_t::Lines) return take_sentence(text);
     if (text.empty()) {
       end_text();
       out_ += line_with_end;
@@ -96,13 +119,7 @@ class TextTagger {
       out_ += line_with_end;
       return;
     }
-    text_ += text;
-    words_ += line.is_word;
-    lines_.push_back(line);
-    if (words_ >= Tagger::Longest_Piece || text_.size() > Longest_Text) {
-      tag_words();
-      write_words(words_ > Tagger::Waiting_Words ? words_ - Tagger::Waiting_Words : words_);
-    }
+    take_word(text, line);
   }
 
   // Ends the sentence.
@@ -114,7 +131,11 @@ class TextTagger {
     tagger_.end_sentence();
   }
 
-  std::string take_result() { return std::exchange(out_, {}); }
+  bool ends_sentence(std::string_view line_with_end) const {
+    return format_ == text_format_t::Lines || without_end(line_with_end).empty();
+  }
+
+  tagged_t take_result() { return {std::exchange(out_, {}), std::exchange(broken_line_, 0)}; }
 
  private:
   // A line that waits; offsets in text_. Lines that are no words have an empty word that is_word tells apart.
@@ -128,11 +149,24 @@ class TextTagger {
   };
   static constexpr size_t Longest_Text = 1 << 24;  // bytes that may wait
 
+  // A sentence becomes lines of one word, and an empty one.
+  void take_sentence(std::string_view text) {
+    constexpr std::string_view Blanks = " \t";
+    for (size_t start; (start = text.find_first_not_of(Blanks)) != text.npos;) {
+      const std::string_view word = text.substr(start, text.find_first_of(Blanks, start) - start);
+      text.remove_prefix(start + word.size());
+      take_word(word, {word.size(), word.size(), text_.size(), word.size(), true, false});
+    }
+    const bool has_words = words_ > 0;
+    end_text();
+    if (has_words) out_ += '\n';
+  }
+
   // False if there is no telling where the word stands.
   bool find_word(std::string_view text, line_t& line) const {
     line.is_word = !(settings_.markup && text.starts_with('<') && text.ends_with('>'));
     if (!line.is_word) return true;
-    if (!settings_.conllu) {
+    if (format_ != text_format_t::Conllu) {
       line.word_size = std::min(text.find('\t'), text.size());
       return true;
     }
@@ -144,6 +178,15 @@ class TextTagger {
       line.word_size = form.size();
     }
     return conllu.kind != conllu_line_t::Not_Ten_Columns;
+  }
+
+  void take_word(std::string_view text, const line_t& line) {
+    text_ += text;
+    words_ += line.is_word;
+    lines_.push_back(line);
+    if (words_ < Tagger::Longest_Piece && text_.size() <= Longest_Text) return;
+    tag_words();
+    write_words(words_ > Tagger::Waiting_Words ? words_ - Tagger::Waiting_Words : words_);
   }
 
   void tag_words() {
@@ -180,8 +223,8 @@ class TextTagger {
   void write_word(const line_t& line, size_t word) {
     const std::string_view text = std::string_view(text_).substr(line.start, line.size);
     const candidate_t& chosen = tagger_.chosen(word);
-    if (settings_.conllu) {
-      write_columns(text, chosen, forms_[word]);
+    if (format_ == text_format_t::Conllu) {
+      write_columns(text, chosen, word);
       return;
     }
     out_ += text;
@@ -190,19 +233,43 @@ class TextTagger {
       return;
     }
     (out_ += '\t') += model_.Tag(chosen.tag);
-    if (settings_.lemmas) (out_ += '\t') += lemma_of(chosen, forms_[word]);
+    if (settings_.lemmas) (out_ += '\t') += columns_.lexicon_lemma(chosen, forms_[word]);
   }
 
-  void write_columns(std::string_view text, const candidate_t& chosen, std::string_view form) {
+  void write_columns(std::string_view text, const candidate_t& chosen, size_t word) {
     conllu_line_t line = parse_conllu(text);
-    const std::string_view lemma = lemma_of(chosen, form);
-    if (settings_.lemmas) line.columns[conllu_line_t::Lemma] = lemma.empty() ? "_" : lemma;
-    line.columns[settings_.tag_column] = model_.Tag(chosen.tag);
+    columns_.fill(line, chosen, settings_.lemmas);
+    std::string misc;
+    if (settings_.least_probability >= 0.0)
+      line.columns[conllu_line_t::Misc] = misc = with_probabilities(line.columns[conllu_line_t::Misc], word);
     for (const std::string_view column : line.columns) (out_ += column) += '\t';
     out_.pop_back();
   }
 
+  // The column MISC with "Tags=NN:0.9312;JJ:0.0600" behind what it has; a | of a tag is \p there.
+  std::string with_probabilities(std::string_view misc, size_t word) {
+    std::string text = misc == "_" ? "" : std::string(misc) + '|';
+    const char* separator = "Tags=";
+    for_each_probable(word, [&](const candidate_t& candidate, const char* probability) {
+      text += std::exchange(separator, ";");
+      for (const char* c = model_.treebank_tag(candidate.tag, forms_[word]); *c != '\0'; ++c)
+        *c == '|' ? text += "\\p" : text += *c;
+      (text += ':') += probability;
+    });
+    return text;
+  }
+
   void write_probabilities(size_t word) {
+    for_each_probable(word, [&](const candidate_t& candidate, const char* probability) {
+      (out_ += '\t') += model_.Tag(candidate.tag);
+      if (settings_.lemmas) (out_ += ' ') += columns_.lexicon_lemma(candidate, forms_[word]);
+      (out_ += ' ') += probability;
+    });
+  }
+
+  // Calls `action(candidate, probability as text)`, the most probable first.
+  template <class Action>
+  void for_each_probable(size_t word, Action action) {
     const candidates_t candidates = tagger_.candidates(word);
     const std::span<const double> probabilities = tagger_.posteriors(word);
     order_.resize(candidates.size());
@@ -210,51 +277,55 @@ class TextTagger {
     std::stable_sort(order_.begin(), order_.end(),
                      [&](size_t a, size_t b) { return probabilities[a] > probabilities[b]; });
     for (size_t i = 0; i < order_.size(); ++i) {
-      const candidate_t& candidate = candidates[order_[i]];
       if (i > 0 && probabilities[order_[i]] < settings_.least_probability) break;
-      (out_ += '\t') += model_.Tag(candidate.tag);
-      if (settings_.lemmas) (out_ += ' ') += lemma_of(candidate, forms_[word]);
       char text[16];
-      std::snprintf(text, sizeof text, " %.4f", probabilities[order_[i]]);
-      out_ += text;
+      std::snprintf(text, sizeof text, "%.4f", probabilities[order_[i]]);
+      action(candidates[order_[i]], text);
     }
-  }
-
-  std::string_view lemma_of(const candidate_t& candidate, std::string_view form) const {
-    if (candidate.lemma != No_Lemma) return model_.Lemma(candidate.lemma);
-    return settings_.unknown_lemma != nullptr ? settings_.unknown_lemma : form;
   }
 
   const Model& model_;
   settings_t settings_;
+  text_format_t format_;
   const char* name_;
   Tagger tagger_;
+  ModelColumns columns_;
   std::string text_;  // the lines that wait, without their ends
   std::vector<line_t> lines_;
   size_t words_ = 0;  // of them
   std::vector<std::string_view> forms_;
   std::vector<size_t> order_;
   std::string out_;
+  int64_t broken_line_ = 0;
 };
 
 int tag_command(const CommandLine& line, Remarks& remarks) {
-  const settings_t settings = settings_of(line);
+  settings_t settings = settings_of(line);
   const size_t jobs = jobs_option(line, 1);
-  const Model model = load_model(line);
+  const Model model = load_tagging_model(line);
+  settings.tagger = tagger_options(line, model);
+  settings.tagger.strips_markup = settings.markup;
   TextInput in(text_name(line));
-  TextOutput out(line.value("output", "-"));
-  const auto take = [&out](std::string_view text, bool may_wait) {
-    out.put(text);
+  const char* const output = line.value("output", "-");
+  require_other_file(output, tagger_inputs(line));
+  const text_format_t format = settings.format ? *settings.format : recognise_format(in);
+  tell_of_text(in, !settings.format && format == text_format_t::Lines, remarks);
+  TextOutput out(output);
+  bool is_told = false;
+  const auto take = [&](const tagged_t& tagged, bool may_wait) {
+    out.put(tagged.text);
+    if (tagged.broken_line != 0 && !std::exchange(is_told, true))
+      remarks.say_at(in.name(), tagged.broken_line, Not_Utf8);
     if (may_wait) out.flush();
   };
   ProgressLine progress(remarks, "tagging");
-  SentenceJobs(in, TextTagger(model, settings, in.name()), jobs, take).run(progress);
+  SentenceJobs(in, TextTagger(model, settings, format, in.name()), jobs, take).run(progress);
   out.close();
   return 0;
 }
 
 }  // namespace
 
-const command_t Tag_Command = {"tag", "tag a text", Help, Options, 1, 2, tag_command, true};
+const command_t Tag_Command = {"tag", "tag a text", Help, Options, 1, 2, tag_command, &Tagger_Group};
 
 }  // namespace orvelle

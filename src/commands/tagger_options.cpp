@@ -1,18 +1,23 @@
 #include "commands/tagger_options.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
+#include "support/errors.h"
 #include "support/files.h"
 
 namespace orvelle {
 
-tagger_options_t tagger_options(const CommandLine& line) {
+tagger_options_t tagger_options(const CommandLine& line, const Model& model) {
   tagger_options_t options;
   using Choice = tagger_options_t::Choice;
-  options.choice = line.choice("decode", 0, {"path", "word"}) == 0 ? Choice::Path : Choice::Word;
+  options.choice = line.choice("decode", model.card().empty() ? 0 : 1, {"path", "word"}) == 0 ? Choice::Path
+                                                                                              : Choice::Word;
+  options.warn = {};  // the commands tell of bytes that are not UTF-8 themselves, with the place
   options.beam = static_cast<size_t>(line.integer("beam", static_cast<int64_t>(options.beam), 1, 1 << 20));
   return options;
 }
@@ -23,16 +28,57 @@ size_t jobs_option(const CommandLine& line, int64_t fallback) {
 
 const char* path_of(const char* name) { return std::strcmp(name, "-") == 0 ? "/dev/stdin" : name; }
 
-Model load_model(const CommandLine& line) {
+std::vector<const char*> tagger_inputs(const CommandLine& line) {
+  std::vector<const char*> inputs = {line.operands()[0], text_name(line)};
+  if (const char* const transducer = line.value("wordclass", nullptr)) inputs.push_back(transducer);
+  return inputs;
+}
+
+namespace {
+
+// What is wrong with a model file, for a reader who does not know its inside.
+std::string fault_of(const Error& failure) {
+  const std::string message = message_of(failure);
+  if (message == "Can't read from input file" || message == "while reading string from binary file")
+    return "it is cut short, or no model";
+  if (message.starts_with("Can't read from input file")) return "it can't be read";
+  if (message.ends_with("which must be 32")) return "it is no model";
+  return message;
+}
+
+}  // namespace
+
+Model load_model(const char* name) {
+  if (std::strcmp(name, "-") != 0 && access(name, R_OK) != 0)
+    stop(formatted("can't open %s: %s", name, std::strerror(errno)));
+  try {
+    return read_model_file(path_of(name));
+  } catch (const Error& failure) {
+    stop(formatted("%s: %s", shown_name(name, "standard input"), fault_of(failure).c_str()));
+  }
+}
+
+Model load_tagging_model(const CommandLine& line) {
+  if (std::ranges::count(tagger_inputs(line), std::string_view("-")) > 1)
+    misuse("only one file can be standard input");
+  Model model = load_model(line.operands()[0]);
   const char* const name = line.value("wordclass", nullptr);
-  const char* const inputs[] = {line.operands()[0], text_name(line), name != nullptr ? name : ""};
-  if (std::ranges::count(inputs, std::string_view("-")) > 1) misuse("only one file can be standard input");
-  Model model = read_parameter_file(path_of(line.operands()[0]));
   if (name == nullptr) return model;
   const File file(std::fopen(path_of(name), "r"));
   if (file == nullptr) stop(std::string("can't open ") + name + ": " + std::strerror(errno));
-  model.read_wordclass(file.get());
+  try {
+    model.read_wordclass(file.get());
+  } catch (const Error& failure) {
+    stop(formatted("%s: %s", shown_name(name, "standard input"), message_of(failure).c_str()));
+  }
   return model;
+}
+
+void tell_of_text(const TextInput& in, bool takes_lines_for_sentences, Remarks& remarks) {
+  if (in.had_byte_order_mark()) remarks.say_at(in.name(), 1, "byte-order mark dropped");
+  if (takes_lines_for_sentences)
+    remarks.say(std::string(in.name()) +
+                " has a sentence a line; its words are taken to stand between blanks (see --format)");
 }
 
 const char* text_name(const CommandLine& line) {

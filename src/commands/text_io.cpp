@@ -43,6 +43,7 @@ TextInput::TextInput(const char* name)
       buffer_(std::make_unique_for_overwrite<char[]>(capacity_)) {
   if (descriptor_ < 0) stop_with_error_number("open", shown_name_);
   size_ = regular_size(descriptor_);
+  drop_byte_order_mark();
 }
 
 TextInput::~TextInput() {
@@ -66,9 +67,23 @@ bool TextInput::fill() {
   do got = read(descriptor_, buffer_.get() + end_, capacity_ - end_);
   while (got < 0 && errno == EINTR);
   if (got < 0) stop_with_error_number("read", shown_name_);
+  checksum_.add({buffer_.get() + end_, static_cast<size_t>(got)});
   end_ += static_cast<size_t>(got);
   bytes_read_ += got;
   return got > 0;
+}
+
+// Reads no further than it takes to tell.
+void TextInput::drop_byte_order_mark() {
+  constexpr std::string_view Mark = "\xEF\xBB\xBF";
+  const auto can_tell = [&](std::string_view text) {
+    return text.size() >= Mark.size() || !Mark.starts_with(text);
+  };
+  const std::string_view text = look_ahead(can_tell);
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
+    stop(formatted("%s is UTF-16 text; convert it to UTF-8 (iconv -f UTF-16 -t UTF-8)", shown_name_));
+  had_byte_order_mark_ = text.starts_with(Mark);
+  if (had_byte_order_mark_) scanned_ = next_ = Mark.size();
 }
 
 bool TextInput::next() {
@@ -101,15 +116,9 @@ bool TextInput::would_wait() const {
 
 // ---- output
 
-TextOutput::TextOutput(const char* name)
-    : descriptor_(is_standard(name) ? STDOUT_FILENO
-                                    : open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)),
-      name_(shown_name(name, "standard output")) {
-  if (descriptor_ < 0) stop_with_error_number("write", name_);
-}
-
-TextOutput::~TextOutput() {
-  if (descriptor_ >= 0 && descriptor_ != STDOUT_FILENO) ::close(descriptor_);
+TextOutput::TextOutput(const char* name) : name_(shown_name(name, "standard output")) {
+  if (!is_standard(name)) file_.emplace(name);
+  descriptor_ = file_ ? file_->descriptor() : STDOUT_FILENO;
 }
 
 void TextOutput::print(const char* format, ...) {
@@ -142,13 +151,13 @@ void TextOutput::flush() {
   buffer_.clear();
 }
 
+// Standard output is closed too: its last moment is now, and some file systems tell only then that the disk is full.
 void TextOutput::close() {
   flush();
-  const int descriptor = descriptor_;
-  descriptor_ = -1;
-  // Some file systems tell only here that the disk is full. Standard output is closed too: its last moment is
-  // now.
-  if (::close(descriptor) != 0) stop_with_error_number("write", name_);
+  if (file_)
+    file_->commit();
+  else if (::close(descriptor_) != 0)
+    stop_with_error_number("write", name_);
 }
 
 }  // namespace orvelle

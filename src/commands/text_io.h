@@ -3,8 +3,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
+
+#include "commands/new_file.h"
+#include "support/checksum.h"
 
 namespace orvelle {
 
@@ -32,6 +36,22 @@ class TextInput {
   std::string_view line_with_end() const { return {line_.data(), line_.size() + has_end_}; }
   int64_t number() const { return number_; }  // of the line, from 1
 
+  // What was not taken yet, so much of it that `is_enough` holds of it, or all there is, up to a megabyte. Valid until:
+  // next.
+  template <class Enough>
+  std::string_view look_ahead(Enough is_enough) {
+    constexpr size_t Most = 1 << 20;  // bytes
+    while (end_ - next_ < Most && !is_enough(std::string_view(buffer_.get() + next_, end_ - next_)) && fill())
+      continue;
+    return {buffer_.get() + next_, end_ - next_};
+  }
+
+  // The file began with a byte-order mark, which is not part of the first line.
+  bool had_byte_order_mark() const { return had_byte_order_mark_; }
+
+  // Of what was read so far.
+  uint64_t checksum() const { return checksum_.value(); }
+
   // No line is at hand: next may wait for more input. The moment to flush what was written.
   bool would_wait() const;
 
@@ -41,6 +61,7 @@ class TextInput {
 
  private:
   bool fill();  // false at the end of the file
+  void drop_byte_order_mark();
 
   int descriptor_;
   const char* shown_name_;
@@ -53,17 +74,16 @@ class TextInput {
   size_t end_ = 0;
   size_t scanned_ = 0;  // no LF stands between next_ and here
   bool has_end_ = false;
+  bool had_byte_order_mark_ = false;
+  Checksum checksum_;
   std::string_view line_;
 };
 
-// A file, or standard output, written in large pieces. Every failing write is a Failure. What was neither flushed nor
-// closed is lost, so that a command that fails leaves no end that looks whole.
+// A file, or standard output, written in large pieces. Every failing write is a Failure. A file gets its name when it is
+// closed, and is nothing if it is not (new_file.h); of standard output what was neither flushed nor closed is lost.
 class TextOutput {
  public:
   explicit TextOutput(const char* name);  // "-" for standard output; the name stays the caller's
-  ~TextOutput();
-  TextOutput(const TextOutput&) = delete;
-  TextOutput& operator=(const TextOutput&) = delete;
 
   void put(std::string_view text) {
     buffer_.append(text);
@@ -77,6 +97,7 @@ class TextOutput {
 
  private:
   static constexpr size_t Buffer_Size = 1 << 16;  // bytes
+  std::optional<NewFile> file_;                   // not for standard output
   int descriptor_;
   const char* name_;
   std::string buffer_;

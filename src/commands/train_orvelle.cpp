@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "commands/heap.h"
+#include "commands/standard_streams.h"
 #include "commands/train_command_line.h"
 #include "support/errors.h"
 #include "training/train.h"
@@ -28,5 +29,6 @@ int run(int argc, char* argv[]) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  take_standard_descriptors();
   return exit_status([&] { return run(argc, argv); });
 }

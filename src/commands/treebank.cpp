@@ -24,7 +24,8 @@ constexpr const char* Repairs[] = {
     "white space at the ends of a form or lemma dropped, or a carriage return in it made a blank",
     "white space in a tag replaced by _",
     "no lemma: another token's, or the form, stands for it",
-    "markup passed over"};
+    "markup passed over",
+    "a token without a tag left out"};
 
 std::string_view trimmed(std::string_view text) {
   const size_t first = text.find_first_not_of(Blanks);
@@ -62,7 +63,7 @@ void Treebank::close_remarks() {
 
 // ---- files
 
-void Treebank::read(const char* name) {
+uint64_t Treebank::read(const char* name) {
   TextInput input(name);
   ProgressLine progress(remarks_, "reading");
   file_ = input.name();
@@ -71,6 +72,7 @@ void Treebank::read(const char* name) {
   const size_t first_token = tokens.size();
   while (input.next()) {
     line_ = input.number();
+    if (line_ == 1 && input.had_byte_order_mark()) repair(Byte_Order_Mark);
     if (line_ % 1000 == 0) progress.update(input.bytes_read(), input.size());
     read_line(input.line());
   }
@@ -78,14 +80,11 @@ void Treebank::read(const char* name) {
   // Columns without an empty line: the sentence tag must tell.
   if (format_ != treebank_options_t::Conllu && sentence_ends.size() == first_sentence + 1)
     split_sentences(first_token);
+  return input.checksum();
 }
 
 // Repairs the ends of a line.
 std::string_view Treebank::bare(std::string_view line) {
-  if (line_ == 1 && line.starts_with("\xEF\xBB\xBF")) {
-    repair(Byte_Order_Mark);
-    line.remove_prefix(3);
-  }
   if (line.ends_with('\r')) {
     repair(Line_End);
     line.remove_suffix(1);
@@ -124,15 +123,24 @@ void Treebank::read_conllu(const conllu_line_t& line) {
       break;
   }
   has_universal_tags = true;
-  const bool by_xpos = options_.tag == treebank_options_t::Xpos;
-  std::string tag(by_xpos ? xpos : upos);
-  if (tag.empty() || tag == "_")
-    return refuse(formatted("no %s tag for '%s'%s", by_xpos ? "XPOS" : "UPOS", printable(form).c_str(),
-                            by_xpos ? " (--tag upos takes the universal tags)" : ""));
-  if (options_.tag == treebank_options_t::Upos_Feats && !feats.empty() && feats != "_")
-    tag.append("|").append(feats);
+  const std::optional<std::string> tag = tag_of(line);
+  if (!tag) return;
   const bool has_lemma = lemma != "_" || form == "_";
-  add_token(form, tag, has_lemma ? lemma : "", is_open_class(upos));
+  add_token(form, *tag, has_lemma ? lemma : "", is_open_class(upos));
+}
+
+// Nothing for a token that is left out or refused.
+std::optional<std::string> Treebank::tag_of(const conllu_line_t& line) {
+  using Options = treebank_options_t;
+  std::string tag = conllu_tag(line, options_.tag);
+  if (tag.empty() && options_.without_tag == Options::Take_Upos) tag = conllu_tag(line, tag_column_t::Upos);
+  if (!tag.empty()) return tag;
+  if (options_.without_tag == Options::Skip)
+    repair(No_Tag);
+  else
+    refuse("no " + std::string(Tag_Column_Names[static_cast<int>(options_.tag)]) + " tag for '" +
+           printable(line.columns[conllu_line_t::Form]) + "' (see --column and --without-tag)");
+  return std::nullopt;
 }
 
 void Treebank::read_columns(std::string_view line) {
@@ -188,19 +196,25 @@ void Treebank::add_token(std::string_view form_text, std::string_view tag_text, 
                          bool open) {
   const int form = clean(form_text, "word form");
   if (form < 0) return;
-  int tag = clean_tag(tag_text);
-  if (!options_.only_last && is_sentence_end(form)) tag = sentence_tag_;
+  const int treebank_tag = clean_tag(tag_text);
+  const int tag = !options_.only_last && is_sentence_end(form) ? sentence_tag_ : treebank_tag;
   if (!fits(form, tag)) return;
   const int lemma = clean(lemma_text, nullptr);
   if (lemma < 0) {
     ++without_lemma;
     if (format_ == treebank_options_t::Conllu) repair(No_Lemma);
   }
-  tokens.push_back({form, tag, lemma, open});
+  tokens.push_back({form, tag, lemma, treebank_tag, open});
 }
 
 bool Treebank::is_sentence_end(int form) const {
   return std::find(end_forms_.begin(), end_forms_.end(), form) != end_forms_.end();
+}
+
+encoding_t Treebank::encoding() const {
+  encoding_t result = encoding_t::Ascii;
+  for (const char* text : strings.texts()) result = std::max(result, encoding_of(text));
+  return result;
 }
 
 void Treebank::end_sentence() {
@@ -217,12 +231,13 @@ void Treebank::split_sentences(size_t first) {
 
 // ---- the extra lexicon
 
-void Treebank::read_lexicon(const char* name) {
+uint64_t Treebank::read_lexicon(const char* name) {
   TextInput input(name);
   file_ = input.name();
   format_ = treebank_options_t::Columns;
   while (input.next()) {
     line_ = input.number();
+    if (line_ == 1 && input.had_byte_order_mark()) repair(Byte_Order_Mark);
     const std::string_view line = bare(input.line());
     if (line.find('\0') != line.npos)
       refuse("a NUL byte");
@@ -231,6 +246,7 @@ void Treebank::read_lexicon(const char* name) {
     else
       read_entry(std::string(line));
   }
+  return input.checksum();
 }
 
 void Treebank::read_entry(std::string line) {
@@ -244,7 +260,7 @@ void Treebank::read_entry(std::string line) {
     const int lemma = clean(lemma_text, nullptr);
     if (lemma < 0) return refuse("tag " + printable(tag_text) + " has no lemma");
     if (!fits(form, tag)) return;
-    entries.push_back({form, tag, lemma, false});
+    entries.push_back({form, tag, lemma, tag, false});
   }
 }
 

@@ -6,19 +6,23 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "commands/conllu.h"
 #include "commands/remarks.h"
+#include "commands/utf8_text.h"
 #include "support/string_table.h"
 
 namespace orvelle {
 
 struct treebank_options_t {
   enum format_t { Guess, Conllu, Columns } format = Guess;
-  enum tag_t { Xpos, Upos, Upos_Feats } tag = Xpos;
+  tag_column_t tag = tag_column_t::Xpos;
+  // What becomes of a CoNLL-U token without that tag.
+  enum without_tag_t { Refuse, Take_Upos, Skip } without_tag = Refuse;
   const char* sentence_tag = "SENT";
   std::vector<std::string> sentence_ends = {".", "!", "?"};  // forms that get the sentence tag
   bool only_last = false;                                    // only where they end a sentence
@@ -27,8 +31,9 @@ struct treebank_options_t {
 struct token_t {
   int form;  // numbers in treebank_t::strings
   int tag;
-  int lemma;  // -1: none was given
-  bool open;  // its universal tag is one of an open class
+  int lemma;         // -1: none was given
+  int treebank_tag;  // what the treebank has where `tag` is the sentence tag
+  bool open;         // its universal tag is one of an open class
 };
 
 class Treebank {
@@ -38,10 +43,14 @@ class Treebank {
 
   // Adds the sentences of a file, "-" for standard input. What had to be repaired or refused is remarked, at
   // most the first five cases of a kind; close_remarks counts the others.
-  void read(const char* name);
+  // Returns the checksum of the file.
+  uint64_t read(const char* name);
   // Adds the entries of a lexicon file in the trainer's format to `entries`.
-  void read_lexicon(const char* name);
+  uint64_t read_lexicon(const char* name);
   void close_remarks();
+
+  // Of all that was read.
+  encoding_t encoding() const;
 
   // Remarks something that cannot be written. Lines are those of the file that is being read.
   void refuse(const std::string& text);
@@ -55,7 +64,16 @@ class Treebank {
   bool has_universal_tags = false;
 
  private:
-  enum repair_t { Line_End, Byte_Order_Mark, White_Space, Tag_Blank, No_Lemma, Markup, Number_of_Repairs };
+  enum repair_t {
+    Line_End,
+    Byte_Order_Mark,
+    White_Space,
+    Tag_Blank,
+    No_Lemma,
+    Markup,
+    No_Tag,
+    Number_of_Repairs
+  };
 
   void repair(repair_t kind);
   std::string_view bare(std::string_view line);
@@ -63,6 +81,7 @@ class Treebank {
   void read_conllu(const conllu_line_t& line);
   void read_columns(std::string_view line);
   void read_entry(std::string line);
+  std::optional<std::string> tag_of(const conllu_line_t& line);
   void add_token(std::string_view form, std::string_view tag, std::string_view lemma, bool open);
   void end_sentence();
   void split_sentences(size_t first);

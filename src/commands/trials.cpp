@@ -1,12 +1,11 @@
 #include "commands/trials.h"
 
-#include <array>
+#include <chrono>
 #include <numeric>
 #include <unordered_map>
 
 #include "commands/escape.h"
 #include "commands/ordered_jobs.h"
-#include "commands/text_io.h"
 #include "support/errors.h"
 #include "support/line_reader.h"
 #include "training/corpus_pass.h"
@@ -18,17 +17,9 @@ namespace orvelle {
 
 namespace {
 
-std::string read_whole(const char* name) {
-  TextInput in(name);
-  std::string text;
-  while (in.next()) text.append(in.line_with_end());
-  return text;
-}
-
 // Calls `action(line, number)` for each line as the training reads it, NUL-terminated and free to be split in place.
 template <class Action>
-void for_each_line(const char* name, Action action) {
-  const std::string text = read_whole(name);
+void for_each_line(std::string_view text, Action action) {
   LineReader reader(text);
   for (int64_t number = 1; reader.next().data() != nullptr; ++number) action(reader.terminated(), number);
 }
@@ -79,29 +70,37 @@ struct trial_job_t {
 
 }  // namespace
 
-Folds::Folds(const char* lexicon, const char* open_classes, const char* corpus, std::string_view sentence_tag,
-             size_t folds, uint64_t seed)
-    : names_{lexicon, open_classes, corpus}, sentence_tag_(strings_.number(sentence_tag)), folds_(folds) {
+Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, uint64_t seed)
+    : texts_(texts), sentence_tag_(strings_.number(sentence_tag)), folds_(folds) {
   read_lexicon();
-  const std::string open_class_text = read_whole(open_classes);
-  read_corpus();
+  read_corpus(texts.corpus);
   if (sentences_.size() < folds)
-    stop(formatted("%s has %zu sentences, too few for %zu folds", corpus, sentences_.size(), folds));
+    stop(formatted("%s has %zu sentences, too few for %zu folds", texts.corpus.name.c_str(),
+                   sentences_.size(), folds));
   deal_out(seed);
   make_lexicons();
   for (fold_t& fold : folds_) {
-    for_each_open_class(open_class_text, [&fold](int64_t, const char* tag) {
+    for_each_open_class(texts.open_classes.text, [&fold](int64_t, const char* tag) {
       if (fold.tags.contains(tag)) (fold.open_classes += tag) += '\n';
     });
   }
 }
 
+Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, const training_text_t& dev)
+    : texts_(texts), sentence_tag_(strings_.number(sentence_tag)), folds_(1) {
+  read_corpus(dev);
+  if (sentences_.empty()) stop("no words in " + dev.name);
+  folds_[0].lexicon = texts.lexicon.text;
+  folds_[0].open_classes = texts.open_classes.text;
+}
+
 void Folds::read_lexicon() {
   lexicon_line_t entry;
-  for_each_line(names_[0], [&](char* line, int64_t number) {
+  for_each_line(texts_.lexicon.text, [&](char* line, int64_t number) {
     entry.split(line);
     if (entry.pairs.empty())
-      stop_at(names_[0], number, "no tag for the word form '" + printable(entry.word) + "'");
+      stop_at(texts_.lexicon.name.c_str(), number,
+              "no tag for the word form '" + printable(entry.word) + "'");
     for (const auto& [tag, lemma] : entry.pairs)
       readings_.push_back(
           {strings_.number(entry.word), strings_.number(tag), strings_.number(lemma), number});
@@ -109,16 +108,16 @@ void Folds::read_lexicon() {
 }
 
 // A sentence ends at a word with the sentence tag or at an empty line.
-void Folds::read_corpus() {
+void Folds::read_corpus(const training_text_t& corpus) {
   const auto end_sentence = [this] {
     const size_t first = sentences_.empty() ? 0 : sentences_.back().end;
     if (tokens_.size() > first) sentences_.push_back({first, tokens_.size(), 0});
   };
-  for_each_line(names_[2], [&](char* line, int64_t number) {
+  for_each_line(corpus.text, [&](char* line, int64_t number) {
     const corpus_line_t token(line);
     if (*token.word == '\0') return end_sentence();
     if (*token.tag == '\0')
-      stop_at(names_[2], number, "no TAB and tag behind the word: " + printable(token.word));
+      stop_at(corpus.name.c_str(), number, "no TAB and tag behind the word: " + printable(token.word));
     tokens_.push_back({strings_.number(token.word), strings_.number(token.tag)});
     if (tokens_.back().tag == sentence_tag_) end_sentence();
   });
@@ -165,6 +164,7 @@ void Folds::make_lexicons() {
 }
 
 std::string Folds::training_corpus(size_t fold) const {
+  if (folds_.size() == 1) return texts_.corpus.text;
   std::string text;
   for (const sentence_t& sentence : sentences_) {
     if (sentence.fold == fold) continue;
@@ -179,11 +179,13 @@ std::string Folds::training_corpus(size_t fold) const {
 evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
   const Model model = [&] {
     const std::string corpus = training_corpus(fold);
-    const TrainingInputs inputs = {
-        {names_[0], folds_[fold].lexicon}, {names_[1], folds_[fold].open_classes}, {names_[2], corpus}};
+    TrainingInputs inputs = texts_.inputs();
+    inputs.lexicon.text = folds_[fold].lexicon;
+    inputs.open_classes.text = folds_[fold].open_classes;
+    inputs.corpus.text = corpus;
     return make_model(train(inputs, settings, {}));
   }();
-  Evaluator evaluator(model, Tagger(model), false);
+  Evaluator evaluator(model, Tagger(model), false, gold_t::Of_Model);
   for (const sentence_t& sentence : sentences_) {
     if (sentence.fold != fold) continue;
     for (size_t i = sentence.first; i < sentence.end; ++i)
@@ -193,7 +195,8 @@ evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
   return evaluator.take_result();
 }
 
-void Folds::run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress) const {
+bool Folds::run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress,
+                const std::function<void(const trial_t&)>& take, const std::function<bool()>& is_over) const {
   const auto work = [&](trial_job_t& job) {
     job.failed = exit_status([&] {
       job.result = try_out(job.fold, trials[job.trial].settings);
@@ -201,19 +204,25 @@ void Folds::run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progres
     });
   };
   size_t done = 0;
-  const auto take = [&](trial_job_t& job) {
+  const auto take_job = [&](trial_job_t& job) {
     trial_t& trial = trials[job.trial];
     trial.failed = trial.failed || job.failed;
     trial.all.add(job.result.all);
     trial.known.add(job.result.known);
     trial.unknown.add(job.result.unknown);
     trial.accuracy.push_back(job.result.all.accuracy());
+    if (trial.accuracy.size() == size()) take(trial);
     progress.update(static_cast<int64_t>(++done), static_cast<int64_t>(trials.size() * size()));
   };
-  OrderedJobs<trial_job_t> threads({jobs, work}, take);
+  OrderedJobs<trial_job_t> threads({jobs, work}, take_job);
   for (size_t trial = 0; trial < trials.size(); ++trial)
-    for (size_t fold = 0; fold < size(); ++fold) threads.add({trial, fold});
-  threads.finish();
+    for (size_t fold = 0; fold < size(); ++fold) {
+      if (is_over()) return false;
+      threads.add({trial, fold});
+    }
+  while (!threads.finish_within(std::chrono::milliseconds(100)))
+    if (is_over()) return false;
+  return true;
 }
 
 }  // namespace orvelle

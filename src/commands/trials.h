@@ -8,8 +8,8 @@
 // The files are read once; a trial makes the text of its corpus from them, and all that it makes is gone when it ends.
 #pragma once
 
-#include <array>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -17,6 +17,7 @@
 
 #include "commands/evaluation.h"
 #include "commands/remarks.h"
+#include "commands/training_texts.h"
 #include "support/string_table.h"
 #include "training/settings.h"
 
@@ -36,17 +37,21 @@ class Folds {
  public:
   // Reads the three files and makes the folds. A word form loses in the lexicon of a fold's training what only the
   // held-out sentences know: its tags that are seen there and nowhere else. What the corpus never shows stays, as do
-  // the last word form of a tag that the training needs. Files that cannot be used are a Failure. The names must outlive
-  // the object.
-  Folds(const char* lexicon, const char* open_classes, const char* corpus, std::string_view sentence_tag,
-        size_t folds, uint64_t seed);
+  // the last word form of a tag that the training needs. Texts that cannot be used are a Failure. They must outlive the
+  // object.
+  Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, uint64_t seed);
+
+  // One fold: trains on all of the texts and tags the corpus `dev`.
+  Folds(const training_texts_t& texts, std::string_view sentence_tag, const training_text_t& dev);
 
   size_t size() const { return folds_.size(); }
   size_t sentences() const { return sentences_.size(); }
   size_t tokens() const { return tokens_.size(); }
 
-  // Runs the trials in `jobs` threads and fills in what they came to.
-  void run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress) const;
+  // Runs the trials in `jobs` threads and fills in what they came to; `take` gets each as it is done, in their order.
+  // Begins no more when `is_over()`, and returns false then: a trial that was not done has fewer results than folds.
+  bool run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress,
+           const std::function<void(const trial_t&)>& take, const std::function<bool()>& is_over) const;
 
  private:
   struct token_t {
@@ -68,13 +73,13 @@ class Folds {
   };
 
   void read_lexicon();
-  void read_corpus();
+  void read_corpus(const training_text_t& corpus);
   void deal_out(uint64_t seed);
   void make_lexicons();
   std::string training_corpus(size_t fold) const;
   evaluation_t try_out(size_t fold, const Settings& settings) const;
 
-  std::array<const char*, 3> names_;  // of lexicon, open classes and corpus
+  const training_texts_t& texts_;
   StringTable strings_;
   int sentence_tag_;
   std::vector<reading_t> readings_;  // of the lexicon, in the order of the file

@@ -45,6 +45,20 @@ const entry_t* Model::fullform_lookup2(const char* word, int strip) const {
   return tables_->fullform_lookup2(word, strip);
 }
 
+std::string Model::guess_lemma(const char* word, int tag) const {
+  return tables_->extras.lemma_rules.lemma(word, tag, UTF8_Processing());
+}
+
+std::string_view Model::treebank_column() const noexcept { return tables_->extras.treebank.column; }
+
+const char* Model::treebank_tag(int tag, std::string_view word) const noexcept {
+  const std::string* const original =
+      tag == Sent_Tag() ? &tables_->extras.treebank.tag_of_sentence_end(word) : nullptr;
+  return original != nullptr && !original->empty() ? original->c_str() : Tag(tag);
+}
+
+std::span<const card_line_t> Model::card() const noexcept { return tables_->extras.card; }
+
 const entry_t* Model::find_entry(std::string_view word) const noexcept {
   return tables_->fullex.lexicon.find_entry(word);
 }

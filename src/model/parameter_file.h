@@ -19,19 +19,22 @@
 
 namespace orvelle {
 
+struct Tables;
+
 inline constexpr int32_t Parameter_File_Mark = 32;  // the first value of every parameter file
 
 // Writes a whole parameter file: `write_tree(out)` writes its last section, from wherever the tree lies.
 template <class WriteTree>
-void write_parameter_file(const char* name, int32_t utf8, const fullex_t& fullex,
-                          const AffixLexicons& affixes, WriteTree write_tree) {
-  BinaryOutput out(name);
+void write_parameters(BinaryOutput& out, int32_t utf8, const fullex_t& fullex, const AffixLexicons& affixes,
+                      WriteTree write_tree) {
   out.value(Parameter_File_Mark);
   out.value(utf8);
   write_fullex(fullex, out);
   write_affixlex(affixes, out);
   write_tree(out);
-  out.close();
 }
+
+// The same for the tables of a model.
+void write_parameters(BinaryOutput& out, const Tables& tables);
 
 }  // namespace orvelle

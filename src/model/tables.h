@@ -13,6 +13,7 @@
 #include "affix/affix_lexicons.h"
 #include "context/context_tree.h"
 #include "lexicon/fullex.h"
+#include "model/extras.h"
 #include "wordclass/wordclass.h"
 
 namespace orvelle {
@@ -23,6 +24,8 @@ struct Tables {
   AffixLexicons affixes;
   context_tree_t Context_Tree;
   std::optional<WordClasses> word_classes;  // made from this lexicon; not part of the file
+
+  model_extras_t extras;
 
   // As in Model.
   const entry_t* fullform_lookup(std::string_view word) const;
@@ -35,6 +38,7 @@ struct Tables {
 // The way from a model to its tables and back.
 struct ModelAccess {
   static const Tables& tables(const Model& model) { return *model.tables_; }
+  static Tables& tables(Model& model) { return *model.tables_; }
   static Model make_model(std::unique_ptr<Tables> tables) { return Model(std::move(tables)); }
 };
 

@@ -66,6 +66,24 @@ std::string_view BinaryInput::inputs() {
   return {start, static_cast<size_t>(next_ - start) - 1};
 }
 
+std::string_view BinaryInput::peek(size_t count) {
+  if (static_cast<size_t>(end_ - next_) < count) fill();
+  return {next_, std::min(count, static_cast<size_t>(end_ - next_))};
+}
+
+std::string BinaryInput::text(uint64_t size) {
+  constexpr uint64_t Step = 1 << 20;  // bytes
+  std::string result;
+  while (result.size() < size) {
+    const size_t had = result.size();
+    result.resize(had + static_cast<size_t>(std::min(Step, size - had)));
+    bytes(result.data() + had, result.size() - had);
+  }
+  return result;
+}
+
+void BinaryInput::begin_checksum() { checksum_.emplace().add({next_, static_cast<size_t>(end_ - next_)}); }
+
 bool BinaryInput::at_end() {
   if (next_ == end_) fill();
   if (next_ < end_) return false;
@@ -86,6 +104,7 @@ size_t BinaryInput::read(char* place, size_t size) {
   if (file_ == nullptr) return 0;
   const size_t got = std::fread(place, 1, size, file_.get());
   read_from_file_ += got;
+  if (checksum_) checksum_->add({place, got});
   return got;
 }
 

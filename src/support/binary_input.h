@@ -12,11 +12,13 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
 
+#include "support/checksum.h"
 #include "support/files.h"
 #include "support/strings.h"
 
@@ -64,6 +66,18 @@ class BinaryInput {
   // the next call.
   std::string_view inputs();
 
+  // The next bytes, `count` of them or all that are left, which are not taken yet. Requires: count is at most the length
+  // of a string. Valid until: the next call.
+  std::string_view peek(size_t count);
+
+  // `size` bytes, which nobody has checked: memory grows with what is really there.
+  std::string text(uint64_t size);
+
+  // From here on a checksum of the input is formed. Requires: nothing was taken yet.
+  void begin_checksum();
+  // Whether the input ends in the checksum of all before. Requires: at_end.
+  bool is_sealed() const { return checksum_ && checksum_->is_sealed(); }
+
   // Whether nothing is left.
   bool at_end();
 
@@ -82,6 +96,7 @@ class BinaryInput {
   std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes
   const char* next_ = nullptr;      // what was not handed out yet: next_ to end_
   const char* end_ = nullptr;
+  std::optional<Checksum> checksum_;  // of what next_ to end_ ever held
 };
 
 }  // namespace orvelle

@@ -1,5 +1,7 @@
 #include "support/binary_output.h"
 
+#include <utility>
+
 #include "support/errors.h"
 
 namespace orvelle {
@@ -10,8 +12,12 @@ namespace {
 
 }  // namespace
 
-BinaryOutput::BinaryOutput(const char* name)
-    : file_(open_output(name)), buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
+BinaryOutput::BinaryOutput(const char* name) : BinaryOutput(open_output(name)) {}
+
+BinaryOutput::BinaryOutput(File file, Checksum* checksum)
+    : file_(std::move(file)),
+      checksum_(checksum),
+      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
 
 void BinaryOutput::bytes(const void* data, size_t size) {
   if (size == 0) return;
@@ -36,6 +42,7 @@ void BinaryOutput::flush() {
 
 void BinaryOutput::write(const void* data, size_t size) {
   if (std::fwrite(data, 1, size, file_.get()) != size) cannot_write();
+  if (checksum_ != nullptr) checksum_->add({static_cast<const char*>(data), size});
 }
 
 }  // namespace orvelle

@@ -9,6 +9,7 @@
 #include <memory>
 #include <type_traits>
 
+#include "support/checksum.h"
 #include "support/files.h"
 
 namespace orvelle {
@@ -22,6 +23,8 @@ static_assert(sizeof(int) == 4 && sizeof(float) == 4 && sizeof(double) == 8);
 class BinaryOutput {
  public:
   explicit BinaryOutput(const char* name);
+  // To an open file, from its position on; what is written goes into the checksum, if there is one.
+  explicit BinaryOutput(File file, Checksum* checksum = nullptr);
 
   template <class T>
   void value(T x) {
@@ -58,6 +61,7 @@ class BinaryOutput {
   void write(const void* data, size_t size);
 
   File file_;
+  Checksum* checksum_;
   std::unique_ptr<char[]> buffer_;
   size_t used_ = 0;  // bytes
 };

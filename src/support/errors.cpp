@@ -41,6 +41,18 @@ std::string formatted(const char* format, ...) {
   return text;
 }
 
+std::string message_of(const Error& failure) {
+  std::string_view text = failure.what();
+  const auto drop = [&text](std::string_view part) {
+    if (text.starts_with(part)) text.remove_prefix(part.size());
+  };
+  drop("\n");
+  drop("ERROR: ");
+  drop("Error: ");
+  text = text.substr(0, text.find("\naborted."));
+  return std::string(text.substr(0, text.find_last_not_of("\n") + 1));
+}
+
 void warn_on_standard_error(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
 
 }  // namespace orvelle

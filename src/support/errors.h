@@ -28,6 +28,9 @@ namespace orvelle {
 // What `format` and its arguments (as for printf) give.
 [[gnu::format(printf, 1, 2)]] std::string formatted(const char* format, ...);
 
+// What an Error says, without the "ERROR: " before and the "aborted." behind it.
+std::string message_of(const Error& failure);
+
 // What a program prints when memory cannot be had.
 inline constexpr const char Space_Error_Text[] = "\nERROR: Not enough memory\naborted.\n";
 

@@ -46,8 +46,14 @@ TrainedModel train(const TrainingInputs& inputs, const Settings& settings, const
 }
 
 void write_parameter_file(const char* name, const TrainedModel& trained, const Progress& progress) {
-  write_parameter_file(name, trained.UTF8_Processing, trained.fullex, trained.affixes,
-                       [&](BinaryOutput& out) { write_tree(trained.tree, out, progress); });
+  BinaryOutput out(name);
+  write_parameters(out, trained, progress);
+  out.close();
+}
+
+void write_parameters(BinaryOutput& out, const TrainedModel& trained, const Progress& progress) {
+  write_parameters(out, trained.UTF8_Processing, trained.fullex, trained.affixes,
+                   [&](BinaryOutput& to) { write_tree(trained.tree, to, progress); });
 }
 
 Model make_model(TrainedModel trained) {

@@ -29,6 +29,8 @@ TrainedModel train(const TrainingInputs& inputs, const Settings& settings, const
 // Writes the parameter file and reports the size of the tree. A write that fails is the Error "Can't write to output
 // file".
 void write_parameter_file(const char* name, const TrainedModel& trained, const Progress& progress);
+// The same into an output that is open.
+void write_parameters(BinaryOutput& out, const TrainedModel& trained, const Progress& progress);
 
 // The model that loading the parameter file would give.
 Model make_model(TrainedModel trained);

@@ -13,7 +13,7 @@ namespace orvelle {
 namespace {
 
 constexpr size_t Max_Token_Length = 100;  // bytes; what follows is read as the number
-constexpr std::string_view Class_Keyword = "wordclass";
+constexpr char Class_Keyword[] = "wordclass";
 
 // ---- Triples ----
 

@@ -109,8 +109,8 @@ class CommandTest : public testing::Test {
   static int run_command(const std::string& text) {
     Arguments arguments(text);
     const std::string name = arguments.argc() > 1 ? arguments.argv()[1] : "";
-    for (const command_t* command :
-         {&Prepare_Command, &Check_Command, &Tune_Command, &Tag_Command, &Evaluate_Command, &Show_Command}) {
+    for (const command_t* command : {&Train_Command, &Prepare_Command, &Check_Command, &Tune_Command,
+                                     &Tag_Command, &Evaluate_Command, &Show_Command}) {
       if (name != command->name) continue;
       Remarks remarks("orvelle " + name);
       try {

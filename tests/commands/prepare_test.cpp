@@ -110,7 +110,7 @@ TEST_F(PrepareTest, RefusesWithFileAndLineAndWritesNothing) {
       {"bad number", Sentence + row("x", "a", "a", "X", "X"), "",
        "in:9: refused: the first column is no number: 'x'"},
       {"no XPOS", Sentence + row("1", "a", "a", "X", "_"), "",
-       "in:9: refused: no XPOS tag for 'a' (--tag upos"},
+       "in:9: refused: no xpos tag for 'a' (see --column"},
       {"empty form", Sentence + row("1", " ", "a", "X", "X"), "", "in:9: refused: an empty word form"},
       {"NUL", bytes("a\tX\nb\0\tX\n.\tSENT\n"), "", "in:2: refused: a NUL byte"},
       {"no TAB", ".\tSENT\nword tag\n", "", "in:2: refused: no TAB between form and tag"},
@@ -161,7 +161,8 @@ TEST_F(PrepareTest, SetsSentencesAsideEvenly) {
   EXPECT_EQ(made().corpus, "a\tX\n.\tSENT\nc\tX\n.\tSENT\n");
   EXPECT_EQ(marked.out,
             "made/lexicon: 3 word forms, 2 tags\nmade/open-classes: 0 tags\n"
-            "made/corpus: 4 tokens in 2 sentences\nmade/test: 3 tokens in 2 sentences\n");
+            "made/corpus: 4 tokens in 2 sentences\nmade/test: 3 tokens in 2 sentences\n\n"
+            "train-orvelle -st SENT made/lexicon made/open-classes made/corpus PARAMETER-FILE\n");
 }
 
 TEST_F(PrepareTest, MergesALexiconAndKeepsItsInputs) {
@@ -173,8 +174,7 @@ TEST_F(PrepareTest, MergesALexiconAndKeepsItsInputs) {
   ASSERT_EQ(prepare("a\tX\t1\nb\tX\n.\tSENT\n", "--lexicon more --lexicon more").status, 0);
   EXPECT_EQ(made().lexicon, ".\tSENT .\na\tX 1\nb\tX 2\n");
   dir_.write("corpus", Sentence);
-  EXPECT_EQ(orvelle("prepare corpus").err,
-            "orvelle prepare: corpus would be overwritten; choose another folder with --into\n");
+  EXPECT_EQ(orvelle("prepare corpus").err, "orvelle prepare: corpus is an input and would be overwritten\n");
   EXPECT_EQ(read_file(dir_.path("corpus")), Sentence);
   EXPECT_EQ(orvelle("prepare --into there - in", Sentence).status, 0);  // two inputs
   EXPECT_EQ(read_file(dir_.path("there/corpus")),

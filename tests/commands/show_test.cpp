@@ -115,13 +115,15 @@ TEST_F(ShowTest, RefusesWhatItCannotShow) {
     int status;
     const char* err;
   } cases[] = {
-      {"missing", 1, "\nERROR: Can't open for reading: missing\naborted.\n"},
-      {"empty", 1, "\nERROR: Can't read from input file\naborted.\n"},
-      {"zeros", 1, "\nERROR: in parameter file: first value, which must be 32\naborted.\n"},
-      {"lex", 1, "\nERROR: in parameter file: first value, which must be 32\naborted.\n"},
+      {"missing", 1, "orvelle show: can't open missing: No such file or directory\n"},
+      {"empty", 1, "orvelle show: empty: it is cut short, or no model\n"},
+      {"zeros", 1, "orvelle show: zeros: it is no model\n"},
+      {"lex", 1, "orvelle show: lex: it is no model\n"},
       {"--context 'DT' par", 2, "orvelle show: the tree looks at 2 preceding tags, --context gives 1\n"},
       {"--context 'DT XX' par", 2, "orvelle show: no such tag in the file: XX\n"},
-      {"cut", 1, "\nERROR: Can't read from input file\naborted.\n"},
+      {"cut", 1, "orvelle show: cut: it is cut short, or no model\n"},
+      {".", 1, "orvelle show: .: it can't be read\n"},
+      {"--card par", 1, "orvelle show: a plain parameter file has no card\n"},
   };
   for (const auto& c : cases) {
     const result_t result = orvelle(std::string("show ") + c.arguments);

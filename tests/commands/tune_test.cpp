@@ -14,11 +14,13 @@ class TuneTest : public CommandTest {
  protected:
   // The right and all words, all, known and unknown ones, of a trial of three folds with the default settings.
   std::string trial(const std::string& lexicon, const std::string& open, const std::string& corpus) {
-    dir_.write("lex", lexicon), dir_.write("open", open), dir_.write("corpus", corpus);
+    const training_texts_t texts = {{"lex", lexicon}, {"open", open}, {"corpus", corpus}};
     Remarks remarks("test");
     ProgressLine progress(remarks, "test");
     std::vector<trial_t> trials(1);
-    Folds("lex", "open", "corpus", "SENT", 3, 1).run(trials, 2, progress);
+    EXPECT_TRUE(Folds(texts, "SENT", 3, 1)
+                    .run(
+                        trials, 2, progress, [](const trial_t&) {}, [] { return false; }));
     EXPECT_FALSE(trials[0].failed);
     EXPECT_EQ(trials[0].accuracy.size(), 3u);
     std::string text;
@@ -130,11 +132,29 @@ TEST_F(TuneTest, RecommendsTheBestOfWhatItTried) {
   EXPECT_EQ(said, best);
   EXPECT_TRUE(low < best && best < high) << line;
 
-  EXPECT_EQ(orvelle("tune --folds 3 --jobs 1 --utf8 lex open corpus").out, tuned.out);
+  EXPECT_EQ(orvelle("tune --folds 3 --jobs 1 --utf8 - open corpus", lexicon).out.substr(0, 2000),
+            tuned.out.substr(0, 2000));
   EXPECT_NE(orvelle("tune --folds 3 --seed 2 --utf8 lex open corpus").out, tuned.out);
   // What it ends with is a command line of the trainer.
   EXPECT_EQ(train(command.substr(13, command.find(" lex ") - 13)), "(no error)");
   EXPECT_EQ(orvelle("evaluate par corpus").status, 0);
+}
+
+// A corpus of its own to tag, which has what the training does not show; a few trials, or none when there is no time.
+TEST_F(TuneTest, TriesOnADevFile) {
+  dir_.write("lex", ".\tSENT .\nw\tA w\tB w\n"), dir_.write("open", "A B"),
+      dir_.write("corpus", noisy_corpus());
+  std::string corpus = noisy_corpus();
+  std::replace(corpus.begin(), corpus.end(), 'C', 'B');
+  dir_.write("corpus", corpus);
+  dir_.write(
+      "dev",
+      "1\tw\tw\tX\tA\t_\t_\t_\t_\t_\n2\tnew\tnew\tX\tB\t_\t_\t_\t_\t_\n3\t.\t.\tX\t,\t_\t_\t_\t_\t_\n\n");
+  const result_t tuned = orvelle("tune --quick --dev dev lex open corpus");
+  EXPECT_EQ(tuned.status, 0) << tuned.err;
+  EXPECT_TRUE(tuned.out.starts_with("3 words, 1 sentences, to tag\n")) << tuned.out;
+  EXPECT_EQ(count_of(tuned.out, "   100.00%"), count_of(tuned.out, "\n") - 7) << tuned.out;
+  EXPECT_NE(tuned.out.find("best of 7: "), std::string::npos) << tuned.out;
 }
 
 // A training that fails is told by its own message, once for each fold.
@@ -161,7 +181,7 @@ TEST_F(TuneTest, Refuses) {
        "orvelle tune: corpus has 1 sentences, too few for 100 folds\n"},
       {"tune tagless open corpus", 1, "orvelle tune: tagless:2: no tag for the word form 'walk'\n"},
       {"tune lex none corpus", 1, "orvelle tune: can't open none: No such file or directory\n"},
-      {"tune lex open -", 2, "orvelle tune: tune reads no standard input: the training needs files\n"},
+      {"tune - open -", 2, "orvelle tune: only one file can be standard input\n"},
   };
   for (const auto& c : cases) {
     const result_t result = orvelle(c.line);

@@ -1,0 +1,45 @@
+#include "commands/model_columns.h"
+
+#include <algorithm>
+
+#include "lexicon/lemmas.h"
+
+namespace orvelle {
+
+ModelColumns::ModelColumns(const Model& model, const char* unknown_lemma)
+    : model_(model), unknown_lemma_(unknown_lemma) {
+  const std::string_view column = model.treebank_column();
+  if (column == "upos") column_ = tag_column_t::Upos;
+  if (column == "upos+feats") column_ = tag_column_t::Upos_Feats;
+}
+
+std::string_view ModelColumns::lemma(const candidate_t& candidate, std::string_view form) {
+  const std::string_view lemma = lexicon_lemma(candidate, form);
+  const bool is_of_numbers = lemma == Card_Lemma || lemma == Ord_Lemma;
+  return is_of_numbers ? form : lemma;
+}
+
+std::string_view ModelColumns::lexicon_lemma(const candidate_t& candidate, std::string_view form) {
+  if (candidate.lemma != No_Lemma) return model_.Lemma(candidate.lemma);
+  if (unknown_lemma_ != nullptr) return unknown_lemma_;
+  return lemma_ = model_.guess_lemma(std::string(form).c_str(), candidate.tag);
+}
+
+void ModelColumns::fill(conllu_line_t& line, const candidate_t& candidate, bool with_lemma) {
+  const std::string_view form = line.columns[conllu_line_t::Form];
+  if (with_lemma) {
+    const std::string_view found = lemma(candidate, form);
+    line.columns[conllu_line_t::Lemma] = found.empty() ? "_" : found;
+  }
+  const std::string_view tag = model_.treebank_tag(candidate.tag, form);
+  if (column_ != tag_column_t::Upos_Feats) {
+    line.columns[column_ == tag_column_t::Xpos ? conllu_line_t::Xpos : conllu_line_t::Upos] = tag;
+    return;
+  }
+  const size_t end = std::min(tag.find('|'), tag.size());
+  features_ = sorted_features(tag.substr(std::min(end + 1, tag.size())));
+  line.columns[conllu_line_t::Upos] = tag.substr(0, end);
+  line.columns[conllu_line_t::Feats] = features_.empty() ? "_" : std::string_view(features_);
+}
+
+}  // namespace orvelle

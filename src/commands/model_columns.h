@@ -1,0 +1,40 @@
+// What a model says of a word in the columns of CoNLL-U.
+#pragma once
+
+#include <orvelle/model.h>
+#include <orvelle/tagger.h>
+
+#include <string>
+#include <string_view>
+
+#include "commands/conllu.h"
+
+namespace orvelle {
+
+class ModelColumns {
+ public:
+  // `unknown_lemma`: of words for which the lexicon has none; null for what the model's rules say. Both must outlive the
+  // object.
+  ModelColumns(const Model& model, const char* unknown_lemma);
+
+  // The column that the tags are of: what the model says, or else Xpos; unless it is set.
+  tag_column_t column() const { return column_; }
+  void set_column(tag_column_t column) { column_ = column; }
+
+  // The lemma of a word with that candidate. Numbers have no lemma of their own here: theirs is the form. Valid until:
+  // the next call.
+  std::string_view lemma(const candidate_t& candidate, std::string_view form);
+  // The same, but for numbers the lemma that stands for all of them.
+  std::string_view lexicon_lemma(const candidate_t& candidate, std::string_view form);
+
+  // Puts the tag into its column or columns, and the lemma, if asked for. Valid until: the next call.
+  void fill(conllu_line_t& line, const candidate_t& candidate, bool with_lemma);
+
+ private:
+  const Model& model_;
+  const char* unknown_lemma_;
+  tag_column_t column_ = tag_column_t::Xpos;
+  std::string lemma_, features_;  // what the views point to
+};
+
+}  // namespace orvelle

@@ -1,0 +1,380 @@
+// orvelle train: from treebanks to a model file in one command.
+//
+//   treebank     sentences of tokens (treebank.h)
+//   texts        the lexicon, open classes and corpus that train-orvelle would read (training_data.h)
+//   settings     as told, usual ones, or the best of a search
+//   model        trained; with lemma rules, the treebank's own tags for sentence ends, and a card (model_file.h)
+//   measured     on the dev file, or on a tenth that a training without it has not seen
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <map>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "commands/command.h"
+#include "commands/escape.h"
+#include "commands/evaluation.h"
+#include "commands/search.h"
+#include "commands/tagger_options.h"
+#include "commands/train_command_line.h"
+#include "commands/training_data.h"
+#include "commands/treebank_options.h"
+#include "model/model_file.h"
+#include "model/parameter_file.h"
+#include "model/tables.h"
+#include "support/binary_output.h"
+#include "support/errors.h"
+#include "support/strings.h"
+#include "training/learn_lemmas.h"
+#include "training/train.h"
+
+namespace orvelle {
+
+namespace {
+
+constexpr char Help[] =
+    "Usage: orvelle train [OPTION...] TREEBANK... MODEL\n"
+    "       orvelle train [OPTION...] --lexicon F --open-classes F --corpus F MODEL\n"
+    "\n"
+    "Makes a model for orvelle tag from treebanks: CoNLL-U, or columns of form, tag and lemma.\n"
+    "Or from files that train-orvelle takes. Says at the end how often the model is right.\n"
+    "\n"
+    "  --dev FILE            measure on this treebank (a tenth of the sentences, which only\n"
+    "                        the last training sees)\n"
+    "  --lexicon FILE        with treebanks: more entries, in the trainer's format; may be\n"
+    "                        repeated\n"
+    "  --settings OPTIONS    train with these options of train-orvelle, such as\n"
+    "                        '-cl 3 -dtg 0.1' (-cl 2 -dtg 0.05 -sw 3)\n"
+    "  --tune                search for the settings that are best on what is measured on:\n"
+    "                        some thirty trainings, for some tenths of a point\n"
+    "  --jobs N              trainings at a time (one for each processor)\n";
+
+constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},     {"open-classes", "FILE"},
+                                {"corpus", "FILE"}, {"settings", "OPTIONS"}, {"tune", nullptr},
+                                {"jobs", "N"}};
+
+constexpr double Held_Out_Share = 0.1;
+constexpr size_t Least_Sentences = 20;  // from which on a tenth of them can tell something
+
+// ---- what is asked for
+
+// Good on all texts that were tried: two treebanks with five tagsets, and a corpus of a million words.
+Settings usual_settings() {
+  Settings settings;
+  settings.Min_Info_Gain = 0.05;
+  settings.Smoothing_Weight = 3.0;
+  return settings;
+}
+
+// What options of train-orvelle say, read as it reads them.
+Settings parse_settings(const char* text) {
+  std::vector<std::string> words = {"train-orvelle"};
+  std::string copy(text);
+  char* cursor = copy.data();
+  for (const char* word = next_string(&cursor); *word != '\0'; word = next_string(&cursor))
+    words.push_back(word);
+  if (words.size() % 2 == 0 && std::ranges::find(words, "-utf8") == words.end())
+    misuse("--settings takes options of train-orvelle with their values, not '" + std::string(text) + "'");
+  words.insert(words.end(), 4, "file");
+  std::vector<char*> arguments;
+  for (std::string& word : words) arguments.push_back(word.data());
+  try {
+    return parse_command_line(static_cast<int>(arguments.size()), arguments.data()).settings;
+  } catch (const Error&) {
+    misuse("--settings takes options of train-orvelle, not '" + std::string(text) + "'");
+  }
+}
+
+struct request_t {
+  std::vector<const char*> treebanks;
+  const char* model;
+  Settings settings;
+  bool has_settings;
+};
+
+// A model that is there may be replaced, anything else not: a treebank whose model was forgotten is the last name.
+void require_model_name(const char* name) {
+  if (std::filesystem::is_directory(name))
+    stop(std::string(name) + " is a folder; the last name is that of the model");
+  if (!std::filesystem::is_regular_file(name) || std::filesystem::is_empty(name)) return;
+  TextInput in(name);
+  const auto begins = [&](std::string_view mark) {
+    return in.look_ahead([&](std::string_view text) { return text.size() >= mark.size(); }).starts_with(mark);
+  };
+  if (!begins(Model_File_Mark) && !begins(std::string_view(" \0\0\0", 4)))
+    stop(std::string(name) + " is there and is no model; the last name is that of the model");
+}
+
+request_t parse_request(const CommandLine& line) {
+  request_t request{line.operands(), line.operands().back(), usual_settings(), line.has("settings")};
+  request.treebanks.pop_back();
+  std::vector<const char*> inputs = request.treebanks;
+  for (const char* option : {"dev", "lexicon", "open-classes", "corpus"})
+    for (const char* name : line.values(option)) inputs.push_back(name);
+  if (line.has("corpus") != line.has("open-classes") || (line.has("corpus") && !line.has("lexicon")))
+    misuse("--lexicon, --open-classes and --corpus go together where there is no treebank");
+  if (line.has("corpus") && line.operands().size() > 1)
+    misuse("--corpus stands for a treebank: give one of them");
+  if (!line.has("corpus") && line.operands().size() < 2) misuse("which treebank, and which model?");
+  if (std::string_view(request.model) == "-") misuse("the model needs a file name");
+  if (request.has_settings) request.settings = parse_settings(line.value("settings", ""));
+  request.settings.SENT_TAG = line.value("sentence-tag", request.settings.SENT_TAG.c_str());
+  require_other_file(request.model, inputs);
+  require_model_name(request.model);
+  return request;
+}
+
+// ---- what is trained on
+
+// The texts of a training, and how its tags stand in the treebank.
+struct training_set_t {
+  training_texts_t texts;
+  treebank_columns_t columns;
+};
+
+// The treebank's tags at sentence ends: the most frequent one, and those of the forms that mostly have another.
+treebank_columns_t columns_of(const Treebank& treebank, const sentences_t& sentences,
+                              const treebank_options_t& options) {
+  treebank_columns_t columns;
+  columns.column = Tag_Column_Names[static_cast<int>(options.tag)];
+  std::map<int, std::map<int, int>> by_form;
+  std::map<int, int> all;
+  const std::string_view sentence_tag = options.sentence_tag;
+  for (const range_t& sentence : sentences)
+    for (size_t i = sentence.first; i < sentence.end; ++i) {
+      const token_t& token = treebank.tokens[i];
+      if (treebank.strings.text(token.tag) != sentence_tag || token.tag == token.treebank_tag) continue;
+      ++by_form[token.form][token.treebank_tag];
+      ++all[token.treebank_tag];
+    }
+  const auto most_frequent = [&](const std::map<int, int>& counts) {
+    const auto best = std::ranges::max_element(counts, {}, [](const auto& count) { return count.second; });
+    return best != counts.end() ? treebank.strings.text(best->first) : "";
+  };
+  columns.sentence_tag = most_frequent(all);
+  for (const auto& [form, counts] : by_form)
+    if (most_frequent(counts) != columns.sentence_tag)
+      columns.by_form.emplace(treebank.strings.text(form), most_frequent(counts));
+  return columns;
+}
+
+training_set_t make_set(const CommandLine& line, Treebank& treebank, const sentences_t& sentences,
+                        const treebank_options_t& options, Remarks& remarks) {
+  const lexicon_entries_t lexicon = make_lexicon(treebank, sentences);
+  require_soundness(treebank, lexicon, options.sentence_tag);
+  const std::vector<const char*> open =
+      choose_open_classes(line, treebank, sentences, lexicon, options.sentence_tag);
+  if (open.empty()) remarks.say("no open classes: nothing will be learnt about unknown words (see --open)");
+  return {{{"lexicon of the treebank", lexicon_text(treebank, lexicon)},
+           {"open classes of the treebank", open_class_text(open)},
+           {"corpus of the treebank", corpus_text(treebank, sentences, "")}},
+          columns_of(treebank, sentences, options)};
+}
+
+// ---- training and measuring
+
+Model make_full_model(const training_set_t& set, const Settings& settings, TrainedModel trained) {
+  Model model = make_model(std::move(trained));
+  model_extras_t& extras = ModelAccess::tables(model).extras;
+  extras.treebank = set.columns;
+  extras.lemma_rules = learn_lemmas(model);
+  extras.card.push_back({"settings", options_of(settings)});
+  return model;
+}
+
+evaluation_t measure(const Model& model, const Treebank& treebank, const sentences_t& sentences) {
+  tagger_options_t options;
+  options.choice = tagger_options_t::Choice::Word;
+  options.warn = {};
+  Evaluator evaluator(model, Tagger(model, options), false, gold_t::Of_Treebank,
+                      ModelColumns(model, nullptr).column());
+  for (const range_t& sentence : sentences) {
+    for (size_t i = sentence.first; i < sentence.end; ++i) {
+      const token_t& token = treebank.tokens[i];
+      evaluator.add(treebank.strings.text(token.form), treebank.strings.text(token.treebank_tag),
+                    token.lemma >= 0 ? treebank.strings.text(token.lemma) : "");
+    }
+    evaluator.end_sentence();
+  }
+  return evaluator.take_result();
+}
+
+std::string percent(const score_t& score) { return formatted("%.2f%%", 100.0 * score.accuracy()); }
+
+std::string summary(const evaluation_t& result) {
+  std::string text = percent(result.all) + " of " + counted(result.all.words, "word");
+  if (result.known.words > 0) text += ", known " + percent(result.known);
+  if (result.unknown.words > 0) text += ", unknown " + percent(result.unknown);
+  if (result.lemmas.words > 0) text += ", lemmas " + percent(result.lemmas);
+  return text;
+}
+
+// ---- the command
+
+class Trainer {
+ public:
+  Trainer(const CommandLine& line, const request_t& request, Remarks& remarks)
+      : line_(line),
+        request_(request),
+        remarks_(remarks),
+        options_(treebank_options(line)),
+        treebank_(options_, remarks),
+        out_("-"),
+        settings_(request.settings) {}
+
+  void run() {
+    const bool from_files = line_.has("corpus");
+    if (from_files)
+      read_files();
+    else
+      read_treebanks();
+    Treebank dev(dev_options(), remarks_);
+    parts_t parts;
+    if (line_.has("dev")) {
+      read(dev, line_.value("dev", nullptr));
+      parts.test = split(dev, 0.0).training;
+    } else if (!from_files && treebank_.sentence_ends.size() >= Least_Sentences) {
+      parts = split(treebank_, Held_Out_Share);
+    }
+    const bool is_held_out = !line_.has("dev") && !parts.test.empty();
+    const Treebank& measured_on = is_held_out ? treebank_ : dev;
+    if (is_held_out) set_ = make_set(line_, treebank_, parts.training, options_, remarks_);
+    if (!parts.test.empty()) choose_settings(measured_on, parts.test);
+    Model model = train();
+    if (!parts.test.empty()) measure_on(model, measured_on, parts.test, is_held_out);
+    if (is_held_out) {
+      set_ = make_set(line_, treebank_, split(treebank_, 0.0).training, options_, remarks_);
+      model = train();
+    }
+    write(model);
+  }
+
+ private:
+  treebank_options_t& dev_options() {
+    dev_options_ = options_;
+    dev_options_.without_tag = treebank_options_t::Skip;
+    return dev_options_;
+  }
+
+  void read(Treebank& treebank, const char* name) {
+    const uint64_t digest = treebank.read(name);
+    inputs_.push_back({name, digest});
+  }
+
+  void read_treebanks() {
+    for (const char* name : request_.treebanks) read(treebank_, name);
+    for (const char* name : line_.values("lexicon")) inputs_.push_back({name, treebank_.read_lexicon(name)});
+    treebank_.close_remarks();
+    settings_.UTF8_Processing = treebank_.encoding() != encoding_t::Other;
+    if (!settings_.UTF8_Processing)
+      remarks_.say("not all of the text is UTF-8: it is taken for single bytes");
+    set_ = make_set(line_, treebank_, split(treebank_, 0.0).training, options_, remarks_);
+    out_.print("%zu words in %s\n", treebank_.tokens.size(),
+               counted(static_cast<int64_t>(treebank_.sentence_ends.size()), "sentence").c_str());
+    out_.flush();
+  }
+
+  void read_files() {
+    const char* const lexicon = line_.value("lexicon", nullptr);
+    set_.texts = {read_whole(lexicon), read_whole(line_.value("open-classes", nullptr)),
+                  read_whole(line_.value("corpus", nullptr))};
+    for (const training_text_t* text : {&set_.texts.lexicon, &set_.texts.open_classes, &set_.texts.corpus}) {
+      Checksum checksum;
+      checksum.add(text->text);
+      inputs_.push_back({text->name, checksum.value()});
+    }
+    if (const auto column = tag_column(line_))
+      set_.columns.column = Tag_Column_Names[static_cast<int>(*column)];
+    if (!request_.has_settings)
+      settings_.UTF8_Processing = encoding_of(set_.texts.lexicon.text) == encoding_t::Utf8;
+  }
+
+  void choose_settings(const Treebank& treebank, const sentences_t& sentences) {
+    if (!line_.has("tune")) return;
+    const size_t jobs = jobs_option(line_, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 64));
+    const Folds folds(set_.texts, settings_.SENT_TAG, {"", corpus_text(treebank, sentences, "\n")});
+    out_.put("\n");
+    Search search(folds, jobs, std::chrono::steady_clock::time_point::max(), out_, remarks_);
+    settings_ = search.run(settings_, false).settings;
+    out_.put("\n");
+    out_.flush();
+  }
+
+  Model train() {
+    ProgressLine progress(remarks_, "training");
+    return make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}));
+  }
+
+  void measure_on(const Model& model, const Treebank& treebank, const sentences_t& sentences,
+                  bool is_held_out) {
+    const std::string name = is_held_out ? "a tenth that was held out" : file_name(line_.value("dev", ""));
+    accuracy_ = summary(measure(model, treebank, sentences)) + " on " + name;
+    out_.print("right: %s\n", accuracy_.c_str());
+  }
+
+  static std::string file_name(const std::string& path) {
+    return std::filesystem::path(path).filename().string();
+  }
+
+  void write(Model& model) {
+    Tables& tables = ModelAccess::tables(model);
+    std::vector<card_line_t>& card = tables.extras.card;
+    card.insert(card.begin(), {"made by", "orvelle " ORVELLE_VERSION});
+    if (!set_.columns.column.empty()) card.push_back({"column", set_.columns.column});
+    card.push_back({"sentence tag", settings_.SENT_TAG});
+    if (!treebank_.tokens.empty()) {
+      card.push_back({"words", std::to_string(treebank_.tokens.size())});
+      card.push_back({"sentences", std::to_string(treebank_.sentence_ends.size())});
+    }
+    card.push_back({"word forms", std::to_string(model.Fullform_Lexicon_Size())});
+    card.push_back({"tags", std::to_string(model.Number_of_Tags())});
+    for (const auto& [name, digest] : inputs_)
+      card.push_back(
+          {"input", file_name(name) + formatted(" %016llx", static_cast<unsigned long long>(digest))});
+    if (!accuracy_.empty()) card.push_back({"right", accuracy_});
+
+    NewFile file(request_.model);
+    write_model_file(File(fdopen(dup(file.descriptor()), "wb")), tables.extras.sections(),
+                     [&](BinaryOutput& to) { write_parameters(to, tables); });
+    file.commit();
+    out_.print("made %s, %ju bytes, with %s\n\n", request_.model,
+               static_cast<uintmax_t>(std::filesystem::file_size(request_.model)),
+               options_of(settings_).c_str());
+    const std::string name = shell_quoted(request_.model);
+    out_.print("orvelle tag %s TEXT\norvelle evaluate %s GOLD-CORPUS\n", name.c_str(), name.c_str());
+    out_.close();
+  }
+
+  struct input_t {
+    std::string name;
+    uint64_t digest;
+  };
+
+  const CommandLine& line_;
+  const request_t& request_;
+  Remarks& remarks_;
+  treebank_options_t options_, dev_options_;
+  Treebank treebank_;
+  TextOutput out_;
+  Settings settings_;
+  training_set_t set_;
+  std::vector<input_t> inputs_;
+  std::string accuracy_;
+};
+
+int train_command(const CommandLine& line, Remarks& remarks) {
+  const request_t request = parse_request(line);
+  Trainer(line, request, remarks).run();
+  return 0;
+}
+
+}  // namespace
+
+const command_t Train_Command = {
+    "train", "from treebanks to a model", Help, Options, 1, -1, train_command, &Treebank_Group};
+
+}  // namespace orvelle

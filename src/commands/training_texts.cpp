@@ -1,0 +1,21 @@
+#include "commands/training_texts.h"
+
+#include "commands/text_io.h"
+
+namespace orvelle {
+
+TrainingInputs training_texts_t::inputs() const {
+  return {{lexicon.name.c_str(), lexicon.text},
+          {open_classes.name.c_str(), open_classes.text},
+          {corpus.name.c_str(), corpus.text}};
+}
+
+training_text_t read_whole(const char* name) {
+  TextInput in(name);
+  training_text_t result{in.name(), {}};
+  if (in.had_byte_order_mark()) result.text = "\xEF\xBB\xBF";
+  while (in.next()) result.text.append(in.line_with_end());
+  return result;
+}
+
+}  // namespace orvelle
