@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The floor under the cost of a training: a program that only reads, the lexicon three times and the corpus
 // twice, as the passes of a training follow each other, and does nothing else.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Makes data for the benchmarks, the same in every run and on every machine.
 //
 //   generate tagged FOLDER TAGS FORMS TOKENS    lexicon, open-classes and corpus with a large tagset

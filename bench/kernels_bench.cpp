@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The innermost operations of a training, on their own. The data are small enough to make in a moment and
 // large enough not to fit into the nearest caches.
 #include <benchmark/benchmark.h>

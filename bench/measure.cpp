@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs a command and tells what it took: seconds of processor time (its own and the system's for it), seconds
 // that passed, and its peak memory in megabytes.
 //

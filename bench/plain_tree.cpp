@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Cost of a node: rows times tags that occur in it, summed over the open positions, with a logarithm each.
 #include "plain_tree.h"
 

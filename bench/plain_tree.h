@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The context tree grown in the plainest way that is still usable: at every node one contingency table a
 // position, every candidate test evaluated exactly, a distribution over the whole tagset in every node. It
 // shares no code with the trainer's search and is what that is measured against, and must agree with to the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Grows the context tree of a corpus twice, the plain way and the trainer's, and compares what becomes of
 // both.
 //

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 """Runs the benchmarks that bench/run has built and writes their tables: report.py ROOT ROUNDS [--long]
 
 Every round runs each command once, each beside the one that it is compared with, so that a busy machine hits both.

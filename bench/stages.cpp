@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where the time of a training goes: runs it as train-orvelle does and stops the clock at each message that
 // begins a stage. Prints a line a stage: milliseconds of processor time, TAB, the stage's message.
 //

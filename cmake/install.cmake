@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # What `cmake --install` puts in place for other programs: the library, its headers, a CMake package
 # (find_package(orvelle), target orvelle::orvelle) and a pkg-config file.
 include(GNUInstallDirs)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # The programs train-orvelle and orvelle, and what they share beyond the library.
 
 # What makes a model: reads the input files, counts, grows and writes.
@@ -61,10 +62,34 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/treebank_options.cpp
   src/commands/trials.cpp
   src/commands/tune_command.cpp
+  src/commands/unpack.cpp
   src/commands/utf8_text.cpp
 )
 target_compile_definitions(orvelle_commands PUBLIC ORVELLE_VERSION="${PROJECT_VERSION}")
 target_link_libraries(orvelle_commands PUBLIC orvelle_training Threads::Threads)
+
+# Compressed texts, as far as the libraries for them are here.
+option(ORVELLE_COMPRESSION "Read compressed texts (gzip, xz, zstd) with the libraries that are found" ON)
+if(ORVELLE_COMPRESSION)
+  find_package(ZLIB QUIET)
+  if(ZLIB_FOUND)
+    target_compile_definitions(orvelle_commands PRIVATE ORVELLE_GZIP)
+    target_link_libraries(orvelle_commands PRIVATE ZLIB::ZLIB)
+  endif()
+  find_package(LibLZMA QUIET)
+  if(LIBLZMA_FOUND)
+    target_compile_definitions(orvelle_commands PRIVATE ORVELLE_XZ)
+    target_link_libraries(orvelle_commands PRIVATE LibLZMA::LibLZMA)
+  endif()
+  find_path(ORVELLE_ZSTD_INCLUDE zstd.h)
+  find_library(ORVELLE_ZSTD_LIBRARY zstd)
+  mark_as_advanced(ORVELLE_ZSTD_INCLUDE ORVELLE_ZSTD_LIBRARY)
+  if(ORVELLE_ZSTD_INCLUDE AND ORVELLE_ZSTD_LIBRARY)
+    target_compile_definitions(orvelle_commands PRIVATE ORVELLE_ZSTD)
+    target_include_directories(orvelle_commands PRIVATE ${ORVELLE_ZSTD_INCLUDE})
+    target_link_libraries(orvelle_commands PRIVATE ${ORVELLE_ZSTD_LIBRARY})
+  endif()
+endif()
 
 # The library has the target name orvelle, so the program's target is called orvelle-cli.
 add_executable(orvelle-cli src/commands/orvelle.cpp)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tags the same text with two models in several threads, and counts the words that get tags of different names.
 //
 // A model does not change, so all threads ask the same two; each thread has taggers of its own.

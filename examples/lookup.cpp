@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Prints what a model knows about word forms: tags, probabilities and lemmas of those that the lexicon has, the tags
 // that go with the ending of the others.
 #include <orvelle/orvelle.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tags one sentence, its words given as arguments: the tag of each word, its lemma and how probable the tag is here.
 #include <orvelle/orvelle.h>
 

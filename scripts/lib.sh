@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: MIT
 # shellcheck shell=bash
 # What the scripts share: finding and installing tools, and building. Sourced; expects `set -euo pipefail`.
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A small parameter file whose values a test can change before its bytes, or a model of it, are made.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tests share: files that come from bytes and go away again, and checks of what is thrown.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The word-class transducer: an automaton over bytes, read from a text file, that maps word forms to word-class
 // numbers.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the library reports what goes wrong.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a shared library shows; everything without this mark is hidden in it.
 #pragma once
 

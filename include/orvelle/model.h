@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A trained model: what a parameter file holds, ready for lookups.
 //
 //   const orvelle::Model model = orvelle::read_parameter_file("english.par");

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // All that a program needs that loads models, looks words up and tags text.
 #pragma once
 

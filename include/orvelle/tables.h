@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the tables of a model consist of. All of it belongs to the model and lives as long.
 #pragma once
 

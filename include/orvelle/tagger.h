@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From word forms to tags.
 //
 //   orvelle::Tagger tagger(model);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Case and blanks of single code points, answered from five constant tables. The case tables are a fixed
 // choice of the simple one-to-one mappings of Unicode: title-case letters, the German sharp s, the final
 // sigma, the long s and the dotted capital I, among others, have no partner here.

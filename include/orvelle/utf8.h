@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // One character at a time between UTF-8 and code points. The decoder is lenient: it never fails, and a caller
 // that steps through a string by the lengths it gets always moves on and never passes the terminating NUL.
 #pragma once

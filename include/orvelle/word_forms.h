@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Word forms made ready for a lookup: case, markup, and what looks like a number.
 //
 // Case is that of UTF-8 characters if `utf8` is set, else that of ISO-8859-1 bytes. Nothing here fails; bytes that are

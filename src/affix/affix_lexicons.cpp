@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "affix/affix_lexicons.h"
 
 #include <utility>

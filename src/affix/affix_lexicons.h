@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The written affix trees: from the first (prefix tree) or last (suffix tree) bytes of a word form to a distribution
 // over open-class tags.
 //

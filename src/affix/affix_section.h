@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The affix section of the parameter file, its writer (affix_section_writer.cpp) and its reader
 // (affix_section_reader.cpp): the prefix tree, the suffix tree and the open-class node (affix_lexicons.h).
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The other half of affix_section_writer.cpp: the same fields in the same order.
 #include <utility>
 

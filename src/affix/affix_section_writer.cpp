@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "affix/affix_section.h"
 #include "support/binary_output.h"
 

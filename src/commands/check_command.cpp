@@ -1,9 +1,11 @@
+// SPDX-License-Identifier: MIT
 // orvelle check: what in a lexicon, an open-class file and a corpus would stop the training, or weaken its
 // model without a word. The trainer's own readers read the files, and go on where the training would stop: what they
 // find is collected and reported by kind.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <span>
 #include <vector>
 
 #include "affix/affix_lexicons.h"
@@ -16,10 +18,11 @@ namespace orvelle {
 namespace {
 
 constexpr char Help[] =
-    "Usage: orvelle check [--sentence-tag TAG] [--all] LEXICON OPEN-CLASSES CORPUS\n"
+    "Usage: orvelle check [--sentence-tag TAG] [--all] LEXICON OPEN-CLASSES CORPUS [OUTPUT]\n"
     "\n"
     "Reads the three files of a training and reports, with file and line, everything in\n"
-    "them that would stop train-orvelle (error) or silently weaken its model (warning).\n"
+    "them that would stop train-orvelle (error) or silently weaken its model (warning). With\n"
+    "the name of the output, also whether the training would write over one of the three.\n"
     "\n"
     "  --sentence-tag TAG  the tag of sentence ends, as for train-orvelle -st (SENT)\n"
     "  --all               every finding, not only the first five of a kind\n"
@@ -83,6 +86,7 @@ bool has_long_open_word(const Lexicon& lexicon, const std::vector<char>& open) {
 
 int check_command(const CommandLine& line, Remarks& remarks) {
   const std::vector<const char*>& files = line.operands();
+  if (files.size() == 4) require_other_file(files[3], std::span(files).first(3));
   TextOutput out("-");
   Report report(out, line.has("all"));
 
@@ -115,8 +119,8 @@ int check_command(const CommandLine& line, Remarks& remarks) {
             lexicon.tagset.Number_of_Tags);
   out.print("open classes  %lld tags\n", static_cast<long long>(open_tags));
   corpus.print_summary(out);
-  out.print("%lld errors, %lld warnings: the training would %s\n", static_cast<long long>(report.errors()),
-            static_cast<long long>(report.warnings()), report.errors() == 0 ? "run" : "stop");
+  out.print("%s, %s: the training would %s\n", counted(report.errors(), "error").c_str(),
+            counted(report.warnings(), "warning").c_str(), report.errors() == 0 ? "run" : "stop");
   out.close();
   return report.errors() == 0 ? 0 : 1;
 }
@@ -124,6 +128,6 @@ int check_command(const CommandLine& line, Remarks& remarks) {
 }  // namespace
 
 const command_t Check_Command = {
-    "check", "what would stop a training or weaken its model", Help, Options, 3, 3, check_command};
+    "check", "what would stop a training or weaken its model", Help, Options, 3, 4, check_command};
 
 }  // namespace orvelle

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A subcommand of the program `orvelle`, and how it reads its arguments.
 //
 //   constexpr option_t Options[] = {{"word", "FORM"}, {"all", nullptr}};

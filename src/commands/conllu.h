@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines of columns between TABs, and the lines of CoNLL-U:
 //
 //   # text = du vent       a comment

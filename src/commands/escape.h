@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text that some reader would misread, put in other words for it.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle evaluate: how far the tags that a model gives agree with those of a gold corpus.
 #include <algorithm>
 #include <chrono>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How far the tags given agree with those of a gold corpus.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the program takes memory from the system.
 #pragma once
 

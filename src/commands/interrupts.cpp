@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/interrupts.h"
 
 #include <ctime>

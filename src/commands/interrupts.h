@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Signals that ask the program to end, held back for work that wants to end by itself.
 #pragma once
 

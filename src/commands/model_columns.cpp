@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/model_columns.h"
 
 #include <algorithm>

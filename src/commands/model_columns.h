@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a model says of a word in the columns of CoNLL-U.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/new_file.h"
 
 #include <fcntl.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Outputs that harm nothing: a file gets its name only when it is complete.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Work in several threads on a sequence of jobs whose results are taken in the order of the jobs:
 //
 //   add        job 6                      waits while there are too many

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle: everything around a parameter file but its training, as subcommands of one program.
 #include <csignal>
 #include <cstdio>

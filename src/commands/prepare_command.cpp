@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle prepare: from a treebank to the three files of a training (training_data.h). Nothing is written before all is
 // known to be sound; the files appear together when all of them are complete.
 #include <array>

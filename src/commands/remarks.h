@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the commands say on standard error: remarks, one line each, which begin with the command and, where there is
 // one, the place ("orvelle prepare: corpus:12: ..."), and how they end early.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/search.h"
 
 #include <algorithm>

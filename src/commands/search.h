@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for the settings of a training that suit a corpus best.
 //
 // It goes from coarse to fine and changes what matters most first; each stage starts from the best settings so far. The

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Text with an empty line behind each sentence, worked on by one thread or by several that get whole sentences:
 //
 //   lines read    a sentence | a sentence | a sentence | a sente

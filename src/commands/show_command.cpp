@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle show: what is in a parameter file.
 //
 // The decision tree is walked with a stack of nodes still to be shown, never by recursion: a chain of no

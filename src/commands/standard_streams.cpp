@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/standard_streams.h"
 
 #include <fcntl.h>

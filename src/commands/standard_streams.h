@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Descriptors 0 to 2 as a program expects them.
 #pragma once
 

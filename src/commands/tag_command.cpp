@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle tag: a text with one word a line, and the tag and the lemma of each word.
 //
 // Lines wait until their sentence ends, those that are no words too, and leave in their order; a sentence
@@ -155,7 +156,7 @@ class TextTagger {
     for (size_t start; (start = text.find_first_not_of(Blanks)) != text.npos;) {
       const std::string_view word = text.substr(start, text.find_first_of(Blanks, start) - start);
       text.remove_prefix(start + word.size());
-      take_word(word, {word.size(), word.size(), text_.size(), word.size(), true, false});
+      take_word(word, {text_.size(), word.size(), text_.size(), word.size(), true, false});
     }
     const bool has_words = words_ > 0;
     end_text();

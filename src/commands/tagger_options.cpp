@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/tagger_options.h"
 
 #include <unistd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The options that the commands which tag have in common.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/text_format.h"
 
 #include <algorithm>

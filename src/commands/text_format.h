@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The formats of text that is tagged or compared.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/text_io.h"
 
 #include <fcntl.h>
@@ -9,6 +10,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <span>
 
 #include "commands/remarks.h"
 #include "support/errors.h"
@@ -43,6 +45,7 @@ TextInput::TextInput(const char* name)
       buffer_(std::make_unique_for_overwrite<char[]>(capacity_)) {
   if (descriptor_ < 0) stop_with_error_number("open", shown_name_);
   size_ = regular_size(descriptor_);
+  look_for_compression();
   drop_byte_order_mark();
 }
 
@@ -63,14 +66,38 @@ bool TextInput::fill() {
     buffer_ = std::move(larger);
     capacity_ *= 2;
   }
+  const std::span<char> room(buffer_.get() + end_, capacity_ - end_);
+  const size_t got = unpacker_ ? unpacker_->read(room) : read_raw(room);
+  checksum_.add({room.data(), got});
+  end_ += got;
+  bytes_read_ += static_cast<int64_t>(got);
+  return got > 0;
+}
+
+size_t TextInput::read_raw(std::span<char> room) {
+  if (!raw_.empty()) {
+    const size_t count = raw_.copy(room.data(), room.size());
+    raw_.erase(0, count);
+    return count;
+  }
   ssize_t got;
-  do got = read(descriptor_, buffer_.get() + end_, capacity_ - end_);
+  do got = read(descriptor_, room.data(), room.size());
   while (got < 0 && errno == EINTR);
   if (got < 0) stop_with_error_number("read", shown_name_);
-  checksum_.add({buffer_.get() + end_, static_cast<size_t>(got)});
-  end_ += static_cast<size_t>(got);
-  bytes_read_ += got;
-  return got > 0;
+  return static_cast<size_t>(got);
+}
+
+// Unpacks what is compressed.
+void TextInput::look_for_compression() {
+  const std::string_view beginning =
+      look_ahead([](std::string_view text) { return !may_be_compressed(text); });
+  const auto read = [this](std::span<char> room) { return read_raw(room); };
+  unpacker_ = make_unpacker(beginning, read, shown_name_);
+  if (!unpacker_) return;
+  raw_ = beginning;
+  size_ = bytes_read_ = 0;
+  next_ = end_ = scanned_ = 0;
+  checksum_ = {};
 }
 
 // Reads no further than it takes to tell.

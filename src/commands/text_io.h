@@ -1,13 +1,16 @@
+// SPDX-License-Identifier: MIT
 // What the subcommands read and write: text files and standard streams, line by line and checked.
 #pragma once
 
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
 #include "commands/new_file.h"
+#include "commands/unpack.h"
 #include "support/checksum.h"
 
 namespace orvelle {
@@ -18,7 +21,7 @@ const char* shown_name(const char* name, const char* standard_stream);
 // Bytes of an open file; 0 if it is no regular file.
 int64_t regular_size(int descriptor);
 
-// The lines of a file of any length, NULs and all. A line is there as soon as its end has arrived, so a pipe
+// The lines of a file of any length, NULs and all; of a compressed file (unpack.h) those that are in it. A line is there as soon as its end has arrived, so a pipe
 // can be answered line by line. A file that cannot be opened or read is a Failure.
 class TextInput {
  public:
@@ -61,6 +64,8 @@ class TextInput {
 
  private:
   bool fill();  // false at the end of the file
+  size_t read_raw(std::span<char> room);
+  void look_for_compression();
   void drop_byte_order_mark();
 
   int descriptor_;
@@ -74,6 +79,8 @@ class TextInput {
   size_t end_ = 0;
   size_t scanned_ = 0;  // no LF stands between next_ and here
   bool has_end_ = false;
+  std::unique_ptr<Unpacker> unpacker_;  // null for a file that is not compressed
+  std::string raw_;                     // what was read of it to tell
   bool had_byte_order_mark_ = false;
   Checksum checksum_;
   std::string_view line_;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle train: from treebanks to a model file in one command.
 //
 //   treebank     sentences of tokens (treebank.h)

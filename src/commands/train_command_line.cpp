@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/train_command_line.h"
 
 #include <cstdlib>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // train-orvelle: from a full-form lexicon, a list of open-class tags and a tagged corpus to a parameter file.
 #include <cstdio>
 #include <string_view>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/training_data.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a treebank becomes for a training: the lexicon, the open classes and the corpus, as the trainer reads them.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/training_texts.h"
 
 #include "commands/text_io.h"

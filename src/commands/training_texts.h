@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The three files of a training, in memory.
 #pragma once
 

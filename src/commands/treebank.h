@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tagged text for `orvelle prepare`: CoNLL-U files (conllu.h), or columns "form TAB tag [TAB lemma]", read into
 // sentences of tokens that a lexicon and a corpus can hold.
 //

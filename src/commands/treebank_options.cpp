@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/treebank_options.h"
 
 #include <string>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The options that the commands which read a treebank have in common.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/trials.h"
 
 #include <chrono>

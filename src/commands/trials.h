@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Trials of training settings: each trains on all folds of a corpus but one and tags that one.
 //
 //   corpus       sentence 1  sentence 2  sentence 3  sentence 4 ...      shuffled by the seed

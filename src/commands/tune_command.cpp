@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle tune: which settings of the training suit a corpus best (search.h).
 #include <algorithm>
 #include <chrono>

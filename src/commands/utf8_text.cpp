@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "commands/utf8_text.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Whether text is UTF-8.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The decision tree section of the parameter file, its writer (context_section_writer.cpp) and its reader
 // (context_section_reader.cpp). Integers have 32 bits; nothing is padded. The section is the number of
 // preceding tags that the tests look at and then the nodes in pre-order, the root first:

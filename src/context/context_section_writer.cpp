@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The nodes stand in memory in the order of the file, so one pass over them writes the tree.
 #include <algorithm>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "context/context_tree.h"
 
 #include <algorithm>

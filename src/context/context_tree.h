@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The decision tree of a model: from the tags before a word to the distribution of its tag.
 // The nodes lie in one array in pre-order, so the yes child of an inner node is the next element:
 //

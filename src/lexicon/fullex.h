@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the lexicon section of a parameter file holds.
 #pragma once
 

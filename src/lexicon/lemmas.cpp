@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "lexicon/lemmas.h"
 
 #include <algorithm>

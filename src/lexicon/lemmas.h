@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lemma table: every distinct lemma once, sorted; a lemma's number is its index. It always holds the lemmas of
 // cardinal and ordinal numbers, which take their places in byte order like any other:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "lexicon/lexicon.h"
 
 #include <orvelle/word_forms.h>

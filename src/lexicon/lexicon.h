@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The full-form lexicon: one entry for each word form with its tags, their probabilities and lemmas.
 //
 //   index    -2          -1         0      1       2          ...  Fullform_Lexicon_Size - 1

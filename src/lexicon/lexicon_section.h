@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lexicon section of the parameter file, its writer (lexicon_section_writer.cpp) and its reader
 // (lexicon_section_reader.cpp). Integers have 32 bits; a string is its bytes and a NUL; nothing is padded.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The other half of lexicon_section_writer.cpp: the same fields in the same order.
 //
 // The arrays of all entries lie in blocks, tags, probabilities and lemmas of an entry one behind the other as they are in

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "lexicon/lexicon_section.h"
 #include "support/binary_output.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "lexicon/tagset.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tagset: the names of all tags, sorted; a tag's number is its index.
 //
 //   Tag      "DT"  "NN"  "SENT"  "VB"

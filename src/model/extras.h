@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a model file has beside the parameter file (model_file.h); all empty for a plain parameter file.
 #pragma once
 

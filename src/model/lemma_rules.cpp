@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/lemma_rules.h"
 
 #include <orvelle/word_forms.h>

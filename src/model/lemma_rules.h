@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lemmas of word forms that the lexicon does not list: for a tag and the longest ending that a rule knows, how the
 // word form changes, and whether its capital letters stay.
 //

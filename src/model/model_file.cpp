@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/model_file.h"
 
 #include <cstring>

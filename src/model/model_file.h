@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The model file: what `orvelle train` writes. A parameter file, and what a treebank's user needs beside it; integers
 // are unsigned and little-endian:
 //

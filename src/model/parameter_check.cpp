@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/parameter_check.h"
 
 #include <bitset>

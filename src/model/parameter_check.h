@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The check of loaded tables. The readers of the sections take what they read as written; these functions
 // verify that the tables are ones that the training can have written, so that no lookup can leave an array or
 // go round in circles. A table that fails is error2 with "in parameter file" and the fault.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/parameter_file.h"
 
 #include <orvelle/model.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The parameter file: what the training writes and a tagger loads. A header of two 32-bit integers and three
 // sections, one directly behind the other, without checksum or trailer:
 //

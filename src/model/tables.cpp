@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/tables.h"
 
 #include <orvelle/word_forms.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tables of a model, by the sections of its parameter file (parameter_file.h).
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "model/treebank_columns.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How the tags of a model stand in the columns of its treebank.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one place that touches fread. Values lie in a parameter file as their bytes in memory, little-endian,
 // without padding; binary_output.h writes them.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The logarithm to base 2.
 #pragma once
 

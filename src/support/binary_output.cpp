@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/binary_output.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one place that touches fwrite. Values are written as their bytes in memory: two's complement and IEEE 754,
 // little-endian, which the format prescribes and static assertions below demand of the platform.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Memory for many small arrays.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/checksum.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A checksum against damage, not against malice.
 #pragma once
 

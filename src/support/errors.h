@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The one family of functions that throw. A text is what a program prints: it has its own line ends.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Opening of the standard I/O streams that every reader and writer works on.
 #pragma once
 

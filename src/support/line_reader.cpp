@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/line_reader.h"
 
 #include <algorithm>

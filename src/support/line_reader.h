@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Reads a text file in lines as fgets with a buffer of 10,000 bytes would: a line is at most 9,999 bytes with its LF,
 // and a longer one comes in several pieces, each a line of its own. The bytes of a line behind a NUL are not seen.
 #pragma once

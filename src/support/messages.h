@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Where long work tells how far it has come.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A hash index over strings that live elsewhere: from a string to its number in a table that the caller owns.
 //
 //   slots_   | hash 7f3a, number 2 | empty | hash 02b1, number 0 | ...     open addressing, a power of two, at most

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Eight bytes at a time: the strings are sorted by their first eight bytes, carried along as one number; those that agree
 // in them are sorted by the next eight, and so on. A string is looked at once for every eight bytes that it shares with
 // another one, where comparing whole strings would look at it again for every comparison.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Sorting of many strings in byte order.
 #pragma once
 

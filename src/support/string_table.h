@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Distinct strings and their numbers, in the order in which they came.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "support/strings.h"
 
 namespace orvelle {

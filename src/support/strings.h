@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Byte strings: comparison, copies, and the two tokenisers that split a line into fields in place. No function here
 // knows of an encoding; bytes 0x80 to 0xFF are ordinary bytes.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tables are made by scripts/make_unicode_tables, which holds the choice of ranges; unicode_tables.inc is
 // its output and is made again with
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <orvelle/utf8.h>
 
 namespace orvelle {

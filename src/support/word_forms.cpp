@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <orvelle/unicode_tables.h>
 #include <orvelle/utf8.h>
 #include <orvelle/word_forms.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tagger/candidates.h"
 
 #include <orvelle/word_forms.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From a word form to the tags that it may have, each with its score and lemma.
 //
 //   word form                          distribution

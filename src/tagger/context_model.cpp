@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tagger/context_model.h"
 
 #include <algorithm>

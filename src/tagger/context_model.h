@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The context tree made ready for decoding: the distribution that goes with the tags before a word, found
 // once for a context and remembered.
 //

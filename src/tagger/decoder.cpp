@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tagger/decoder.h"
 
 #include <algorithm>

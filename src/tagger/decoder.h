@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // From the candidates of the words of a text to the tag of each: the most probable sequence of tags, or the
 // posterior probability of each candidate.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tagger/guesser.h"
 
 #include <orvelle/word_forms.h>

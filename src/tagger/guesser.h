@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What tags a word form may have that the lexicon does not list, or has seen too seldom to know: learned from
 // the rare word forms of the lexicon.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include <orvelle/tagger.h>
 
 #include <algorithm>

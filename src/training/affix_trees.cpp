@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The order of the work on one tree: grow and prune (build_tree), sort, lay out. The prefix tree comes first; what its
 // leaves leave over at its root becomes the open-class node.
 #include "training/affix_trees.h"

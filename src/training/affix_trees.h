@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Building of the affix trees: from the word forms of the lexicon to the written prefix and suffix tree.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/approximate_log.h"
 
 #include <cstddef>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A logarithm to base 2 that is cheap enough for every candidate test of every node: about a quarter of the library's
 // time. The scores made with it only tell which candidates can be the best; near ties are settled with ld.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A tree is grown depth first, and a node's subtree is pruned as soon as it is complete, so that only what survives is
 // ever in memory. A node owns a range of the word list; its children's ranges come from a stable partition by the next
 // byte, so that every sum adds in lexicon order and tags and children come in the order of their first word form.

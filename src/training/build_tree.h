@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The build-time affix tree. A node stands for all word forms that begin (prefix tree) or end (suffix tree) with the
 // bytes on its path, and holds the summed probabilities of their open-class tags:
 //

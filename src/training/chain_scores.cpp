@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The approximate scores. With w the prior's weight of a side, a side with counts v(k) and their sum n has
 //
 //   n * entropy = a(n, w) - sum of b(v(k), w)     a(n, w) = n ld(n - 1 + w)     b(f, w) = f ld(q(k) w + f - 1)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The choice. A candidate's approximate score (chain_scores) has an error bound; only candidates that the bound leaves in
 // doubt are evaluated with the exact formulas, in the order in which ties are broken. On a tagset of 2,109 that happens
 // to no candidate at the default settings.

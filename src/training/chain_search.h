@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The inside of SplitSearch: the tables of the current node of a chain and the choice between their rows.
 //
 //   position 1      NN   VB   JJ      n     predicted tags across, tag at the position down

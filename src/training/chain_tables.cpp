@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tables of a chain: made at its start and when a position opens, reduced by each test that is chosen.
 #include "training/chain_search.h"
 

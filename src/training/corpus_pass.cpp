@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Nearly all lines of a corpus repeat an earlier line (94 of 100 in a million words of English), so what a line does
 // is worked out at its first sight and kept beside its text:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The reading of the tagged corpus: a line holds a word form, a TAB and the tag. One reading serves both users of the
 // corpus, the lexicon and the tag n-grams, although they split a line by rules of their own.
 #pragma once

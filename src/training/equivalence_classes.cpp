@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/equivalence_classes.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Word equivalence classes: all entries with the same list of tags. A class's distribution is the average of what its
 // entries show in the corpus, and smooths each of them.
 #pragma once

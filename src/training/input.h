@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An input of the training: a file, by its name, a stream that is open already, or text in memory.
 #pragma once
 

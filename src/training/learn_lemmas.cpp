@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/learn_lemmas.h"
 
 #include <orvelle/word_forms.h>

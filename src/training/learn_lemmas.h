@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lemma rules from the lexicon of a model.
 #pragma once
 

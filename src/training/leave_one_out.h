@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The estimates of the context model and their cross-entropy, exactly as the parameter file depends on them: each
 // expression is evaluated in double, in the order in which it stands.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the first pass keeps, for two lines "saw NN saw VVD see" and "dog NN dog":
 //
 //   words     "saw"  "dog"       line_end   2  3     (pairs up to the end of the line)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lexicon file: a line holds a word form, a TAB, and pairs of a tag and a lemma (lexicon_line.h).
 //
 // Three passes make the tagset, the lemma table and the word entries of it. The file itself is read in the first pass

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How a line of the lexicon file is split:
 //
 //   saw TAB NN blank saw TAB VVD blank see LF       word "saw", pairs (NN, saw), (VVD, see)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/make_lexicon.h"
 
 #include <algorithm>

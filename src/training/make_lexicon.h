@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the counts of the corpus (corpus_pass.h) make of the readings of a lexicon, between the counting and the
 // smoothing.
 #pragma once

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Tags wait in a window until there are some thousands of them; their n-grams are then counted in groups, so that the
 // memory that a group needs is on its way before it is looked at. Cost: a hash and a probe for each token.
 #include "training/ngram_table.h"

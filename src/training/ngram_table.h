@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tag n-grams of the corpus: how often each sequence of Context_Size + 1 consecutive tags occurs. The last tag is
 // the one to be predicted, the ones before it are its context.
 //

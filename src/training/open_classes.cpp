@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/open_classes.h"
 
 #include <cstdio>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The open-class file: the tags that a word form missing from the lexicon may have, separated by white space.
 #pragma once
 

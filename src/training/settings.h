@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a training is told.
 #pragma once
 

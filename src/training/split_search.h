@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The search for the best test at a node of the context tree.
 //
 // The no children of a node share its prior, so the tree is grown in chains: a chain is a node reached by a yes answer

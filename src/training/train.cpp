@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/train.h"
 
 #include <memory>

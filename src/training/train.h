@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The training as a function: from a lexicon, a list of open-class tags and a tagged corpus to a model.
 #pragma once
 

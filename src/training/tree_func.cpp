@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "training/tree_func.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The context model: a binary decision tree that estimates the probability of a tag from the Context_Size tags before
 // it. An inner node asks whether the tag at one position of the context is one particular tag:
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The growing of the tree, for a search of the best tests.
 #pragma once
 

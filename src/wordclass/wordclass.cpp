@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "wordclass/wordclass.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The lexicon of word classes: what an automaton makes of the words of a lexicon, for lookups of other word forms.
 #pragma once
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle check: what it finds, and that its verdict is the trainer's.
 #include <random>
 #include <set>
@@ -21,8 +22,8 @@ class CheckTest : public CommandTest {
     std::multiset<std::string> seen;
     for (std::string line; std::getline(lines, line);) seen.insert(line);
     for (const std::string& line : seen) EXPECT_EQ(seen.count(line), 1u) << line;
-    const std::string totals = std::to_string(count_of(out, ": error: ")) + " errors, " +
-                               std::to_string(count_of(out, ": warning: ")) + " warnings: ";
+    const std::string totals = counted(count_of(out, ": error: "), "error") + ", " +
+                               counted(count_of(out, ": warning: "), "warning") + ": ";
     EXPECT_NE(out.find("\n" + totals), std::string::npos) << out;
   }
 
@@ -140,7 +141,7 @@ TEST_F(CheckTest, SumsUp) {
             "   12.50%     the entry of the form lacks the tag\n"
             "   12.50%     numbers without an entry of their own\n"
             "    0.00%     no entry\n"
-            "0 errors, 1 warnings: the training would run\n");
+            "0 errors, 1 warning: the training would run\n");
   // A line may have 9999 bytes with its LF, a name of an open class 999.
   const auto line = [](size_t size) { return "a\tNN " + std::string(size - 6, 'x') + "\n"; };
   EXPECT_EQ(count_of(check(Lexicon, "NN", line(9999) + Corpus).out, "9999 bytes"), 0);

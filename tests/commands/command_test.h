@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Runs the commands of orvelle in this process, in a directory of their own, and both programs from outside.
 #pragma once
 
@@ -124,6 +125,13 @@ class CommandTest : public testing::Test {
     return -1;
   }
 };
+
+inline std::string conllu_row(const std::string& id, const std::string& form, const std::string& lemma,
+                              const std::string& upos, const std::string& xpos,
+                              const std::string& feats = "_", const std::string& misc = "_") {
+  return id + '\t' + form + '\t' + lemma + '\t' + upos + '\t' + xpos + '\t' + feats + "\t0\troot\t_\t" +
+         misc + '\n';
+}
 
 inline int count_of(const std::string& text, const std::string& part) {
   int n = 0;

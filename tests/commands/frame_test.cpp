@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The program `orvelle` as such: options, help, standard streams, failing outputs.
 #include "commands/command_test.h"
 

@@ -1,18 +1,15 @@
+// SPDX-License-Identifier: MIT
 // orvelle prepare: the files that it makes, and that the trainer takes them.
 #include "commands/command_test.h"
 
 namespace orvelle {
 namespace {
 
-std::string row(const std::string& id, const std::string& form, const std::string& lemma,
-                const std::string& upos, const std::string& xpos, const std::string& feats = "_") {
-  return id + "\t" + form + "\t" + lemma + "\t" + upos + "\t" + xpos + "\t" + feats + "\t_\t_\t_\t_\n";
-}
-
 const std::string Sentence =
-    "# text = The dogs saw.\n" + row("1", "The", "the", "DET", "DT") + row("2-3", "dogs", "_", "_", "_") +
-    row("2", "dogs", "dog", "NOUN", "NNS", "Number=Plur") + row("3", "saw", "see", "VERB", "VBD") +
-    row("3.1", "x", "_", "_", "_") + row("4", ".", ".", "PUNCT", ".") + "\n";
+    "# text = The dogs saw.\n" + conllu_row("1", "The", "the", "DET", "DT") +
+    conllu_row("2-3", "dogs", "_", "_", "_") + conllu_row("2", "dogs", "dog", "NOUN", "NNS", "Number=Plur") +
+    conllu_row("3", "saw", "see", "VERB", "VBD") + conllu_row("3.1", "x", "_", "_", "_") +
+    conllu_row("4", ".", ".", "PUNCT", ".") + "\n";
 
 struct files_t {
   std::string lexicon, open, corpus;
@@ -48,7 +45,8 @@ TEST_F(PrepareTest, MakesWhatTheTrainerTakes) {
        {".\tEND .\nThe\tDET the\ndogs\tNOUN dog\nsaw\tVERB see\n", "NOUN\nVERB\n",
         "The\tDET\ndogs\tNOUN\nsaw\tVERB\n.\tEND\n"}},
       {"features",
-       row("1", "dogs", "dog", "NOUN", "_", "Case=Nom|Number=Plur") + row("2", "!", "_", "PUNCT", "_"),
+       conllu_row("1", "dogs", "dog", "NOUN", "_", "Case=Nom|Number=Plur") +
+           conllu_row("2", "!", "_", "PUNCT", "_"),
        "--tag upos+feats",
        {"!\tSENT !\ndogs\tNOUN|Case=Nom|Number=Plur dog\n", "NOUN|Case=Nom|Number=Plur\n",
         "dogs\tNOUN|Case=Nom|Number=Plur\n!\tSENT\n"}},
@@ -71,9 +69,10 @@ TEST_F(PrepareTest, MakesWhatTheTrainerTakes) {
        {".\tP .\tSENT .\na\tX a\n", "", ".\tP\na\tX\n.\tSENT\n"}},
       {"other ends", ".\tP\n;\tP\n", "--sentence-end ';'", {".\tP .\n;\tSENT ;\n", "", ".\tP\n;\tSENT\n"}},
       {"open where most tokens are",  // of H half the tokens, of M two of three
-       row("1", "a", "a", "NOUN", "H") + row("2", "a", "a", "X", "H") + row("3", "b", "b", "PROPN", "M") +
-           row("4", "b", "b", "INTJ", "M") + row("5", "b", "b", "AUX", "M") + row("6", "c", "c", "ADV", "C") +
-           row("7", "d", "d", "ADJ", "D") + row("8", ".", ".", "NOUN", "."),
+       conllu_row("1", "a", "a", "NOUN", "H") + conllu_row("2", "a", "a", "X", "H") +
+           conllu_row("3", "b", "b", "PROPN", "M") + conllu_row("4", "b", "b", "INTJ", "M") +
+           conllu_row("5", "b", "b", "AUX", "M") + conllu_row("6", "c", "c", "ADV", "C") +
+           conllu_row("7", "d", "d", "ADJ", "D") + conllu_row("8", ".", ".", "NOUN", "."),
        "",
        {".\tSENT .\na\tH a\nb\tM b\nc\tC c\nd\tD d\n", "C\nD\nM\n",
         "a\tH\na\tH\nb\tM\nb\tM\nb\tM\nc\tC\nd\tD\n.\tSENT\n"}},
@@ -107,11 +106,11 @@ TEST_F(PrepareTest, RefusesWithFileAndLineAndWritesNothing) {
       {"empty", "", "", "no tokens, nothing written"},
       {"no sentence end", "a\tX\n", "", "no token gets the sentence tag SENT"},
       {"nine columns", Sentence + "1\ta\ta\tX\tX\t_\t_\t_\t_\n", "", "in:9: refused: 9 columns, not 10"},
-      {"bad number", Sentence + row("x", "a", "a", "X", "X"), "",
+      {"bad number", Sentence + conllu_row("x", "a", "a", "X", "X"), "",
        "in:9: refused: the first column is no number: 'x'"},
-      {"no XPOS", Sentence + row("1", "a", "a", "X", "_"), "",
+      {"no XPOS", Sentence + conllu_row("1", "a", "a", "X", "_"), "",
        "in:9: refused: no xpos tag for 'a' (see --column"},
-      {"empty form", Sentence + row("1", " ", "a", "X", "X"), "", "in:9: refused: an empty word form"},
+      {"empty form", Sentence + conllu_row("1", " ", "a", "X", "X"), "", "in:9: refused: an empty word form"},
       {"NUL", bytes("a\tX\nb\0\tX\n.\tSENT\n"), "", "in:2: refused: a NUL byte"},
       {"no TAB", ".\tSENT\nword tag\n", "", "in:2: refused: no TAB between form and tag"},
       {"no tag", ".\tSENT\nword\t \n", "", "in:2: refused: no tag for 'word'"},
@@ -137,7 +136,7 @@ TEST_F(PrepareTest, RefusesWithFileAndLineAndWritesNothing) {
 
 TEST_F(PrepareTest, RemarksWhatItMends) {
   EXPECT_EQ(
-      prepare(row("1", " a", "_", "X", "X") + row("2", ".", ".", "X", ".")).err,
+      prepare(conllu_row("1", " a", "_", "X", "X") + conllu_row("2", ".", ".", "X", ".")).err,
       "orvelle prepare: in:1: white space at the ends of a form or lemma dropped, or a carriage return in it "
       "made a blank\n"
       "orvelle prepare: in:1: no lemma: another token's, or the form, stands for it\n"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle show, on files that the trainer makes and on one made by hand.
 #include <cmath>
 

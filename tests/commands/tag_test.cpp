@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle tag and evaluate, on files that the trainer makes.
 #include <orvelle/tagger.h>
 
@@ -24,8 +25,7 @@ class TaggingTest : public CommandTest {
 
 std::string conllu_line(const char* number, const char* form, const char* lemma, const char* xpos,
                         const char* upos = "X") {
-  return std::string(number) + "\t" + form + "\t" + lemma + "\t" + upos + "\t" + xpos +
-         "\t_\t0\troot\t_\tSpaceAfter=No\n";
+  return conllu_row(number, form, lemma, upos, xpos, "_", "SpaceAfter=No");
 }
 
 TEST_F(TaggingTest, TagsText) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // train-orvelle: its command line, and a few runs from outside.
 #include "commands/command_test.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // orvelle tune: what its trials know of the sentences that they are tried on, and what the search makes of them.
 #include <algorithm>
 #include <cmath>

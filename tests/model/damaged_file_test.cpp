@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // A damaged parameter file ends in a message, whatever the damage: never in undefined behaviour, and never in
 // much memory.
 #include <gtest/gtest.h>

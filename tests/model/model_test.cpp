@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a model makes of a sound parameter file, and the lookups in it.
 #include <gtest/gtest.h>
 

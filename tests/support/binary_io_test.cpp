@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The ends of files and buffers; what lies between them is compared for whole models.
 #include <gtest/gtest.h>
 

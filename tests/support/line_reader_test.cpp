@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Lines, fields and strings against what the standard library makes of the same bytes.
 #include "support/line_reader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The decoder against the sum over all paths, on small random trees and candidates.
 #include "tagger/decoder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // Guesses from the rare words against slow ones, written down as they are described in docs/tagging.md.
 #include "tagger/guesser.h"
 

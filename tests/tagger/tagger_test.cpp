@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The tags that a word form may have, and the Tagger as a whole.
 #include <gtest/gtest.h>
 #include <orvelle/tagger.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The affix trees against slow ones that are built as lists, word by word and tag by tag, and pruned
 // afterwards. Both come as the bytes of the affix section.
 #include <gtest/gtest.h>

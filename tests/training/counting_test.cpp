@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The counts of the corpus against slow ones: maps that are filled line by line.
 #include <gtest/gtest.h>
 #include <orvelle/word_forms.h>

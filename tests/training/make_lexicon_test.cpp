@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What the lexicon run makes of small files: tables, counts, filters, probabilities.
 #include <gtest/gtest.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The training as a whole: its stages, its failures, and that it needs nothing but its arguments.
 #include "training/train.h"
 

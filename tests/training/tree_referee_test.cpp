@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The context tree against a slow one that evaluates every tag at every position at every node, on the plain
 // list of n-grams. Both write their tree; the bytes must be the same.
 #include <gtest/gtest.h>

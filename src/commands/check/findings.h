@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What orvelle check finds in the three files of a training, from what the trainer's readers see.
 #pragma once
 

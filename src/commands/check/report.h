@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What orvelle check has found, and how it is told.
 #pragma once
 
