@@ -32,8 +32,8 @@ int main(int argc, char** argv) try {
     std::fprintf(stderr, "usage: %s MODEL MODEL < text\n", argv[0]);
     return 1;
   }
-  const orvelle::Model first = orvelle::read_parameter_file(argv[1]);
-  const orvelle::Model second = orvelle::read_parameter_file(argv[2]);
+  const orvelle::Model first = orvelle::read_model_file(argv[1]);
+  const orvelle::Model second = orvelle::read_model_file(argv[2]);
   const orvelle::Tagger first_tagger(first), second_tagger(second);
   const std::vector<Sentence> sentences = read_sentences(std::cin);
 

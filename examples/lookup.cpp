@@ -11,7 +11,7 @@ int main(int argc, char** argv) try {
     std::fprintf(stderr, "usage: %s MODEL WORD-FORM ...\n", argv[0]);
     return 1;
   }
-  const orvelle::Model model = orvelle::read_parameter_file(argv[1]);
+  const orvelle::Model model = orvelle::read_model_file(argv[1]);
   for (int i = 2; i < argc; ++i) {
     std::printf("%s\n", argv[i]);
     if (const orvelle::entry_t* entry = model.fullform_lookup(argv[i])) {

@@ -12,7 +12,7 @@ int main(int argc, char** argv) try {
     std::fprintf(stderr, "usage: %s MODEL WORD ...\n", argv[0]);
     return 1;
   }
-  const orvelle::Model model = orvelle::read_parameter_file(argv[1]);
+  const orvelle::Model model = orvelle::read_model_file(argv[1]);
   orvelle::Tagger tagger(model);
   const std::vector<std::string_view> words(argv + 2, argv + argc);
   tagger.tag(words, true);

@@ -233,7 +233,7 @@ class TextTagger {
       write_probabilities(word);
       return;
     }
-    (out_ += '\t') += model_.Tag(chosen.tag);
+    (out_ += '\t') += model_.treebank_tag(chosen.tag, forms_[word]);
     if (settings_.lemmas) (out_ += '\t') += columns_.lexicon_lemma(chosen, forms_[word]);
   }
 
@@ -262,7 +262,7 @@ class TextTagger {
 
   void write_probabilities(size_t word) {
     for_each_probable(word, [&](const candidate_t& candidate, const char* probability) {
-      (out_ += '\t') += model_.Tag(candidate.tag);
+      (out_ += '\t') += model_.treebank_tag(candidate.tag, forms_[word]);
       if (settings_.lemmas) (out_ += ' ') += columns_.lexicon_lemma(candidate, forms_[word]);
       (out_ += ' ') += probability;
     });

@@ -137,7 +137,7 @@ std::optional<std::string> Treebank::tag_of(const conllu_line_t& line) {
   if (tag.empty() && options_.without_tag == Options::Take_Upos) tag = conllu_tag(line, tag_column_t::Upos);
   if (!tag.empty()) return tag;
   if (options_.without_tag == Options::Skip)
-    repair(No_Tag);
+    repair(Without_Tag);
   else
     refuse("no " + std::string(Tag_Column_Names[static_cast<int>(options_.tag)]) + " tag for '" +
            printable(line.columns[conllu_line_t::Form]) + "' (see --column and --without-tag)");
@@ -203,7 +203,7 @@ void Treebank::add_token(std::string_view form_text, std::string_view tag_text, 
   const int lemma = clean(lemma_text, nullptr);
   if (lemma < 0) {
     ++without_lemma;
-    if (format_ == treebank_options_t::Conllu) repair(No_Lemma);
+    if (format_ == treebank_options_t::Conllu) repair(Without_Lemma);
   }
   tokens.push_back({form, tag, lemma, treebank_tag, open});
 }

@@ -70,9 +70,9 @@ class Treebank {
     Byte_Order_Mark,
     White_Space,
     Tag_Blank,
-    No_Lemma,
+    Without_Lemma,
     Markup,
-    No_Tag,
+    Without_Tag,
     Number_of_Repairs
   };
 
