@@ -43,6 +43,7 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/evaluate_command.cpp
   src/commands/evaluation.cpp
   src/commands/interrupts.cpp
+  src/commands/learn_second_look.cpp
   src/commands/model_columns.cpp
   src/commands/new_file.cpp
   src/commands/prepare_command.cpp

@@ -41,7 +41,8 @@ inline constexpr int32_t No_Lemma = -1;
 using candidates_t = std::span<const candidate_t>;
 
 struct tagger_options_t {
-  // What is chosen: the tags of the most probable path, or the most probable tag of each word.
+  // What is chosen: the tags of the most probable path; or the most probable tag of each word, after a second look if
+  // the model has weights for one.
   enum class Choice { Path, Word } choice = Choice::Path;
   size_t beam = 32;  // histories that are followed where the model looks at more than two preceding tags
   bool strips_markup =

@@ -12,6 +12,8 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
+#include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,6 +21,7 @@
 #include "commands/command.h"
 #include "commands/escape.h"
 #include "commands/evaluation.h"
+#include "commands/learn_second_look.h"
 #include "commands/search.h"
 #include "commands/tagger_options.h"
 #include "commands/train_command_line.h"
@@ -49,14 +52,17 @@ constexpr char Help[] =
     "  --lexicon FILE        with treebanks: more entries, in the trainer's format; may be\n"
     "                        repeated\n"
     "  --settings OPTIONS    train with these options of train-orvelle, such as\n"
-    "                        '-cl 3 -dtg 0.1' (-cl 2 -dtg 0.05 -sw 3)\n"
+    "                        '-cl 3 -dtg 0.1' (-dtg 0.05 -sw 3, and -cl 2, or 1 with\n"
+    "                        fewer than 1,000 words a tag)\n"
+    "  --no-second-look      only what train-orvelle would make of it: a little smaller and\n"
+    "                        faster, and less often right\n"
     "  --tune                search for the settings that are best on what is measured on:\n"
     "                        some thirty trainings, for some tenths of a point\n"
     "  --jobs N              trainings at a time (one for each processor)\n";
 
-constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},     {"open-classes", "FILE"},
-                                {"corpus", "FILE"}, {"settings", "OPTIONS"}, {"tune", nullptr},
-                                {"jobs", "N"}};
+constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},        {"open-classes", "FILE"},
+                                {"corpus", "FILE"}, {"settings", "OPTIONS"},    {"tune", nullptr},
+                                {"jobs", "N"},      {"no-second-look", nullptr}};
 
 constexpr double Held_Out_Share = 0.1;
 constexpr size_t Least_Sentences = 20;  // from which on a tenth of them can tell something
@@ -69,6 +75,20 @@ Settings usual_settings() {
   settings.Min_Info_Gain = 0.05;
   settings.Smoothing_Weight = 3.0;
   return settings;
+}
+
+// One preceding tag where there is too little text for two.
+int usual_context_size(size_t words, size_t tags) {
+  constexpr size_t Least_Words_a_Tag = 1000;
+  return words < Least_Words_a_Tag * tags ? 1 : 2;
+}
+
+// Whether most tags are made of parts.
+bool have_parts(const Model& model) {
+  int with_parts = 0;
+  for (int tag = 0; tag < model.Number_of_Tags(); ++tag)
+    with_parts += std::string_view(model.Tag(tag)).find_first_of(":|-+", 1) != std::string_view::npos;
+  return 2 * with_parts > model.Number_of_Tags();
 }
 
 // What options of train-orvelle say, read as it reads them.
@@ -163,19 +183,6 @@ treebank_columns_t columns_of(const Treebank& treebank, const sentences_t& sente
   return columns;
 }
 
-training_set_t make_set(const CommandLine& line, Treebank& treebank, const sentences_t& sentences,
-                        const treebank_options_t& options, Remarks& remarks) {
-  const lexicon_entries_t lexicon = make_lexicon(treebank, sentences);
-  require_soundness(treebank, lexicon, options.sentence_tag);
-  const std::vector<const char*> open =
-      choose_open_classes(line, treebank, sentences, lexicon, options.sentence_tag);
-  if (open.empty()) remarks.say("no open classes: nothing will be learnt about unknown words (see --open)");
-  return {{{"lexicon of the treebank", lexicon_text(treebank, lexicon)},
-           {"open classes of the treebank", open_class_text(open)},
-           {"corpus of the treebank", corpus_text(treebank, sentences, "")}},
-          columns_of(treebank, sentences, options)};
-}
-
 // ---- training and measuring
 
 Model make_full_model(const training_set_t& set, const Settings& settings, TrainedModel trained) {
@@ -239,17 +246,17 @@ class Trainer {
       read(dev, line_.value("dev", nullptr));
       parts.test = split(dev, 0.0).training;
     } else if (!from_files && treebank_.sentence_ends.size() >= Least_Sentences) {
-      parts = split(treebank_, Held_Out_Share);
+      parts = split_in_blocks(treebank_, Held_Out_Share);
     }
     const bool is_held_out = !line_.has("dev") && !parts.test.empty();
     const Treebank& measured_on = is_held_out ? treebank_ : dev;
-    if (is_held_out) set_ = make_set(line_, treebank_, parts.training, options_, remarks_);
+    if (is_held_out) set_ = make_set(parts.training);
     if (!parts.test.empty()) choose_settings(measured_on, parts.test);
-    Model model = train();
+    Model model = train(is_held_out ? parts.training : split(treebank_, 0.0).training);
     if (!parts.test.empty()) measure_on(model, measured_on, parts.test, is_held_out);
     if (is_held_out) {
-      set_ = make_set(line_, treebank_, split(treebank_, 0.0).training, options_, remarks_);
-      model = train();
+      set_ = make_set(split(treebank_, 0.0).training);
+      model = train(split(treebank_, 0.0).training);
     }
     write(model);
   }
@@ -273,7 +280,11 @@ class Trainer {
     settings_.UTF8_Processing = treebank_.encoding() != encoding_t::Other;
     if (!settings_.UTF8_Processing)
       remarks_.say("not all of the text is UTF-8: it is taken for single bytes");
-    set_ = make_set(line_, treebank_, split(treebank_, 0.0).training, options_, remarks_);
+    set_ = make_set(split(treebank_, 0.0).training);
+    if (set_.texts.open_classes.text.empty())
+      remarks_.say("no open classes: nothing will be learnt about unknown words (see --open)");
+    if (!request_.has_settings)
+      settings_.Context_Size = usual_context_size(treebank_.tokens.size(), count_tags());
     out_.print("%zu words in %s\n", treebank_.tokens.size(),
                counted(static_cast<int64_t>(treebank_.sentence_ends.size()), "sentence").c_str());
     out_.flush();
@@ -294,6 +305,13 @@ class Trainer {
       settings_.UTF8_Processing = encoding_of(set_.texts.lexicon.text) == encoding_t::Utf8;
   }
 
+  // Of what was read.
+  size_t count_tags() const {
+    std::set<int> tags;
+    for (const token_t& token : treebank_.tokens) tags.insert(token.tag);
+    return tags.size();
+  }
+
   void choose_settings(const Treebank& treebank, const sentences_t& sentences) {
     if (!line_.has("tune")) return;
     const size_t jobs = jobs_option(line_, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 64));
@@ -305,9 +323,54 @@ class Trainer {
     out_.flush();
   }
 
-  Model train() {
+  training_set_t make_set(const sentences_t& sentences) {
+    const lexicon_entries_t lexicon = make_lexicon(treebank_, sentences);
+    require_soundness(treebank_, lexicon, options_.sentence_tag);
+    const std::vector<const char*> open =
+        choose_open_classes(line_, treebank_, sentences, lexicon, options_.sentence_tag);
+    return {{{"lexicon of the treebank", lexicon_text(treebank_, lexicon)},
+             {"open classes of the treebank", open_class_text(open)},
+             {"corpus of the treebank", corpus_text(treebank_, sentences, "")}},
+            columns_of(treebank_, sentences, options_)};
+  }
+
+  Model train(const sentences_t& sentences) {
     ProgressLine progress(remarks_, "training");
-    return make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}));
+    Model model = make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}));
+    if (!line_.has("corpus") && !line_.has("no-second-look") && sentences.size() >= Least_Sentences)
+      ModelAccess::tables(model).extras.weights = learn_second_look(sentences, have_parts(model));
+    return model;
+  }
+
+  // Every fourth sentence is tagged by a model that was trained on the others, and then learned from.
+  second_look_weights_t learn_second_look(const sentences_t& sentences, bool splits_tags) {
+    constexpr size_t Folds = 4;
+    size_t words = 0;
+    for (const range_t& sentence : sentences) words += sentence.end - sentence.first;
+    SecondLookLearner learner(words, splits_tags);
+    std::mt19937 random(1);
+    for (size_t fold = 0; fold < Folds; ++fold) {
+      sentences_t others;
+      std::vector<gold_sentence_t> held_out;
+      for (size_t i = 0; i < sentences.size(); ++i)
+        if (i % Folds != fold)
+          others.push_back(sentences[i]);
+        else
+          held_out.push_back(gold_of(sentences[i]));
+      for (size_t i = held_out.size(); i > 1; --i) std::swap(held_out[i - 1], held_out[random() % i]);
+      const training_set_t set = make_set(others);
+      learner.learn(make_model(orvelle::train(set.texts.inputs(), settings_, {})), held_out);
+    }
+    return learner.weights();
+  }
+
+  gold_sentence_t gold_of(const range_t& sentence) const {
+    gold_sentence_t gold;
+    for (size_t i = sentence.first; i < sentence.end; ++i) {
+      gold.forms.push_back(treebank_.strings.text(treebank_.tokens[i].form));
+      gold.tags.push_back(treebank_.strings.text(treebank_.tokens[i].tag));
+    }
+    return gold;
   }
 
   void measure_on(const Model& model, const Treebank& treebank, const sentences_t& sentences,

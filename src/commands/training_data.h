@@ -24,6 +24,8 @@ struct parts_t {
 
 // Sets a share of the sentences aside, spread evenly.
 parts_t split(const Treebank& treebank, double share);
+// The same in a few blocks of neighbouring sentences, as new text would be: neighbours share words and names.
+parts_t split_in_blocks(const Treebank& treebank, double share);
 
 struct lexicon_entry_t {
   struct pair_t {

@@ -35,6 +35,8 @@ model_extras_t::model_extras_t(const std::vector<section_t>& sections, int numbe
       treebank = treebank_columns_t(content);
     else if (name == "lemmas")
       lemma_rules = LemmaRules(content, number_of_tags);
+    else if (name == "weights")
+      weights = second_look_weights_t(content);
     else
       bad_model_file("unknown section");
   }
@@ -44,6 +46,7 @@ std::vector<section_t> model_extras_t::sections() const {
   std::vector<section_t> sections = {{"card", text_of(card)}};
   if (!treebank.column.empty()) sections.push_back({"treebank", treebank.text()});
   if (!lemma_rules.empty()) sections.push_back({"lemmas", lemma_rules.text()});
+  if (!weights.empty()) sections.push_back({"weights", weights.section()});
   return sections;
 }
 

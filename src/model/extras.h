@@ -8,6 +8,7 @@
 
 #include "model/lemma_rules.h"
 #include "model/model_file.h"
+#include "model/second_look_weights.h"
 #include "model/treebank_columns.h"
 
 namespace orvelle {
@@ -16,6 +17,7 @@ struct model_extras_t {
   std::vector<card_line_t> card;
   treebank_columns_t treebank;
   LemmaRules lemma_rules;
+  second_look_weights_t weights;
 
   model_extras_t() = default;
   // A section that is not as it should be is a bad_model_file.

@@ -17,6 +17,7 @@
 //   treebank    the column of CoNLL-U that the tags are of, xpos, upos or upos+feats; then, for the sentence tag, lines of
 //               a word form, a TAB and the tag that the treebank has there, the first for all other forms
 //   lemmas      lemma_rules.h
+//   weights     second_look_weights.h
 #pragma once
 
 #include <cstdint>

@@ -2,6 +2,7 @@
 #include <orvelle/tagger.h>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include "tagger/candidates.h"
 #include "tagger/context_model.h"
 #include "tagger/decoder.h"
+#include "tagger/second_look.h"
 
 namespace orvelle {
 
@@ -20,7 +22,10 @@ struct Tagger::Parts {
         words_candidates(tables, rare_words, options.strips_markup, options.warn),
         context(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
         decoder(context, options.beam),
-        preceding(static_cast<size_t>(context.order()), tables.fullex.tagset.Sent_Tag) {}
+        preceding(static_cast<size_t>(context.order()), tables.fullex.tagset.Sent_Tag) {
+    if (options.choice == tagger_options_t::Choice::Word && !tables.extras.weights.empty())
+      second_look.emplace(tables);
+  }
   Parts(const Parts&) = delete;
   Parts& operator=(const Parts&) = delete;
 
@@ -29,9 +34,10 @@ struct Tagger::Parts {
     return {posteriors.data() + posterior_starts[word], words[word].size()};
   }
 
-  void find_posteriors() {
+  void find_posteriors(std::span<const std::string_view> forms) {
     posteriors.clear();
     decoder.posteriors(words, preceding.data(), posteriors);
+    if (second_look) second_look->look(forms, words, posteriors);
     size_t start = 0;
     for (const candidates_t& candidates : words) {
       posterior_starts.push_back(start);
@@ -53,6 +59,7 @@ struct Tagger::Parts {
   Candidates words_candidates;
   ContextModel context;
   Decoder decoder;
+  std::optional<SecondLook> second_look;
   std::vector<int32_t> preceding;  // tags of what was settled, the nearest last
   std::vector<candidates_t> words;
   std::vector<int> chosen;
@@ -80,7 +87,7 @@ void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) 
   for (const std::string_view form : forms) p.words.push_back(p.words_candidates.of(form));
   p.posterior_starts.clear();
   const bool by_word = p.options.choice == tagger_options_t::Choice::Word;
-  if (with_posteriors || by_word) p.find_posteriors();
+  if (with_posteriors || by_word) p.find_posteriors(forms);
   if (by_word)
     p.choose_most_probable();
   else
@@ -94,6 +101,7 @@ size_t Tagger::choice(size_t word) const { return static_cast<size_t>(parts_->ch
 std::span<const double> Tagger::posteriors(size_t word) const { return parts_->posteriors_of(word); }
 
 void Tagger::settle(size_t words) {
+  if (parts_->second_look) parts_->second_look->settle(words);
   std::vector<int32_t>& preceding = parts_->preceding;
   for (size_t i = words - std::min(words, preceding.size()); i < words; ++i) {
     std::copy(preceding.begin() + 1, preceding.end(), preceding.begin());
@@ -102,6 +110,7 @@ void Tagger::settle(size_t words) {
 }
 
 void Tagger::end_sentence() {
+  if (parts_->second_look) parts_->second_look->end_sentence();
   std::fill(parts_->preceding.begin(), parts_->preceding.end(), parts_->tables.fullex.tagset.Sent_Tag);
 }
 

@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: MIT
+// The training of a second look (tagger/second_look.h): logistic regression by AdaGrad, one sentence after the other.
+#pragma once
+
+#include <orvelle/model.h>
+
+#include <array>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "model/second_look_weights.h"
+
+namespace orvelle {
+
+// A sentence with its gold tags, by their names in the models.
+struct gold_sentence_t {
+  std::vector<std::string_view> forms, tags;
+};
+
+class SecondLookLearner {
+ public:
+  // For about so many words.
+  SecondLookLearner(size_t words, bool splits_tags);
+
+  // Learns from sentences that the model was not trained on.
+  void learn(const Model& model, std::span<const gold_sentence_t> sentences);
+
+  second_look_weights_t weights() const;
+
+ private:
+  static constexpr size_t Temperatures = 32;
+
+  struct cell_t {
+    float weight = 0.0f;
+    float squares = 0.0f;  // sum of the squares of its gradients
+  };
+
+  void learn_word(std::span<const uint32_t> features, std::span<const std::vector<uint32_t>> parts,
+                  size_t gold);
+  void find_scores(std::span<const uint32_t> features, std::span<const std::vector<uint32_t>> parts,
+                   std::span<const double> probabilities);
+  void judge(std::span<const double> probabilities, size_t gold);
+
+  int bits_;
+  bool splits_tags_;
+  std::vector<cell_t> cells_;
+  std::vector<double> scores_;                 // of the open tags: their probabilities
+  std::array<double, Temperatures> losses_{};  // by temperature, from the least on
+  std::vector<double> tempered_;
+  size_t seen_ = 0;
+};
+
+}  // namespace orvelle

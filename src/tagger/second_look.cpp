@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: MIT
+#include "tagger/second_look.h"
+
+#include <orvelle/word_forms.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <string>
+
+#include "support/string_index.h"
+#include "support/strings.h"
+
+namespace orvelle {
+
+namespace {
+
+constexpr double Least_Open_Share = 0.01;  // of the probability of the best tag, for a tag to be left open
+constexpr double Sixteen = 16.0;           // the unit of a temperature
+constexpr int Rare_Frequency = 10;  // a word form seen less often shows more of its beginning and ending
+
+uint32_t mixed(uint64_t x) {
+  x *= 0x9E3779B97F4A7C15;
+  return static_cast<uint32_t>((x ^ (x >> 29)) * 0xBF58476D1CE4E5B9 >> 32);
+}
+
+// A feature is its kind and up to two values.
+uint32_t feature(uint32_t kind, uint32_t a, uint32_t b = 0) {
+  return mixed((uint64_t{a} << 32 | b) ^ mixed(kind + 1) * uint64_t{0x100000001});
+}
+
+uint32_t hash_of(std::string_view text) { return hash_bytes(text) | 1; }  // never 0
+
+bool is_ascii_capital(char c) { return c >= 'A' && c <= 'Z'; }
+bool is_ascii_small(char c) { return c >= 'a' && c <= 'z'; }
+
+// What kinds of characters there are, and where capitals are.
+uint32_t shape_of(std::string_view form, bool starts_with_capital) {
+  const auto any = [form](auto is) { return std::any_of(form.begin(), form.end(), is); };
+  const bool is_long = form.size() > 1;
+  return 1u | static_cast<uint32_t>(starts_with_capital) << 1 |
+         static_cast<uint32_t>(is_long && std::any_of(form.begin() + 1, form.end(), is_ascii_capital)) << 2 |
+         static_cast<uint32_t>(any(is_ascii_small)) << 3 | static_cast<uint32_t>(any(is_digit)) << 4 |
+         static_cast<uint32_t>(form.find('-') != form.npos) << 5 |
+         static_cast<uint32_t>(form.find_first_of(".@/:") != form.npos) << 6 |
+         static_cast<uint32_t>(any([](char c) { return (c & 0x80) != 0; })) << 7;
+}
+
+// The parts of a tag, between the marks that tagsets use.
+std::vector<uint32_t> parts_of(std::string_view tag) {
+  constexpr std::string_view Marks = ":|-+";
+  std::vector<uint32_t> parts;
+  for (size_t start = 0; start <= tag.size();) {
+    const size_t end = std::min(tag.find_first_of(Marks, start), tag.size());
+    if (end > start && end - start < tag.size())
+      parts.push_back(
+          mixed(hash_of(tag.substr(start, end - start)) + (start == 0 ? 1ull << 33 : 1ull << 34)));
+    start = end + 1;
+  }
+  return parts;
+}
+
+}  // namespace
+
+SecondLookView::SecondLookView(const Tables& tables, bool splits_tags) : tables_(tables) {
+  for (int tag = 0; tag < tables.fullex.tagset.Number_of_Tags; ++tag) {
+    std::vector<uint32_t>& parts = tag_parts_.emplace_back(1, mixed(hash_of(tables.tag_name(tag))));
+    if (!splits_tags) continue;
+    const std::vector<uint32_t> more = parts_of(tables.tag_name(tag));
+    parts.insert(parts.end(), more.begin(), more.end());
+  }
+}
+
+word_view_t SecondLookView::view(std::string_view form) const {
+  form = form.substr(0, form.find('\0'));
+  word_view_t view;
+  const bool utf8 = tables_.UTF8_Processing;
+  const std::string word(form);
+  const bool is_ascii = std::none_of(word.begin(), word.end(), [](char c) { return (c & 0x80) != 0; });
+  std::string lower = word;
+  if (is_ascii)
+    for (char& c : lower) c = is_ascii_capital(c) ? static_cast<char>(c + ('a' - 'A')) : c;
+  else
+    lower = all_to_lower(word.c_str(), utf8, {});
+  view.form = hash_of(form);
+  view.lower = hash_of(lower);
+  const std::string_view small = lower;
+  for (size_t n = 1; n < view.suffix.size() && n <= small.size(); ++n)
+    view.suffix[n] = hash_of(small.substr(small.size() - n));
+  for (size_t n = 1; n < view.prefix.size() && n <= small.size(); ++n)
+    view.prefix[n] = hash_of(small.substr(0, n));
+  const bool capital =
+      is_ascii ? !word.empty() && is_ascii_capital(word[0]) : is_upper(word.c_str(), utf8, {}) != 0;
+  view.shape = shape_of(form, capital);
+  const entry_t* const entry = tables_.fullex.lexicon.find_entry(form);
+  view.is_rare = entry == nullptr || entry->data->freq < Rare_Frequency;
+  return view;
+}
+
+void SecondLookView::view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view) {
+  const size_t best =
+      static_cast<size_t>(std::max_element(posteriors, posteriors + candidates.size()) - posteriors);
+  const auto name_of = [&](size_t k) { return tag_parts_[static_cast<size_t>(candidates[k].tag)][0]; };
+  uint32_t set = 1;
+  std::array<uint32_t, 32> tags;
+  size_t count = 0;
+  for (size_t k = 0; k < candidates.size(); ++k) {
+    if (!(posteriors[k] >= Least_Open_Share * posteriors[best])) continue;
+    open_.push_back(static_cast<uint16_t>(k));
+    if (count < tags.size()) tags[count++] = name_of(k);
+  }
+  std::sort(tags.begin(), tags.begin() + static_cast<std::ptrdiff_t>(count));
+  for (size_t i = 0; i < count; ++i) set = mixed(uint64_t{set} << 32 | tags[i]);
+  view.open_tags = set;
+  view.best_tag = name_of(best);
+}
+
+void SecondLookView::see(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+                         std::span<const double> posteriors) {
+  views_.assign(before_.begin(), before_.end());
+  open_.clear();
+  open_starts_.assign(1, 0);
+  const double* of_word = posteriors.data();
+  for (size_t i = 0; i < forms.size(); ++i) {
+    views_.push_back(view(forms[i]));
+    view_open_tags(words[i], of_word, views_.back());
+    of_word += words[i].size();
+    open_starts_.push_back(open_.size());
+  }
+  views_.resize(views_.size() + Reach);
+}
+
+void SecondLookView::settle(size_t words) {
+  if (words == 0) return;
+  std::copy_n(views_.begin() + static_cast<std::ptrdiff_t>(words), Reach, before_.begin());
+  is_start_ = false;
+}
+
+void SecondLookView::end_sentence() {
+  before_ = {};
+  is_start_ = true;
+}
+
+std::span<const uint32_t> SecondLookView::features(size_t word) {
+  const word_view_t* const w = &views_[word + Reach];
+  features_.clear();
+  uint32_t kind = 0;
+  const auto add = [&](uint32_t a, uint32_t b = 0) { features_.push_back(feature(kind++, a, b)); };
+  add(1);
+  add(w[0].form);
+  for (const int at : {-1, 1, -2, 2, -3, 3}) add(w[at].lower);
+  add(w[-1].lower, w[0].lower);
+  add(w[0].lower, w[1].lower);
+  add(w[-1].lower, w[1].lower);
+  add(w[-1].best_tag);
+  add(w[1].best_tag);
+  add(w[2].best_tag);
+  add(w[-2].best_tag, w[-1].best_tag);
+  add(w[1].best_tag, w[2].best_tag);
+  add(w[-1].best_tag, w[1].best_tag);
+  add(w[-1].best_tag, w[0].lower);
+  add(w[0].lower, w[1].best_tag);
+  add(w[0].suffix[3], w[1].best_tag);
+  add(w[0].shape, word == 0 && is_start_);
+  add(w[1].suffix[3]);
+  add(w[-1].suffix[3]);
+  add(w[0].suffix[2], w[-1].suffix[2]);
+  add(w[0].open_tags);
+  add(w[0].open_tags, w[1].open_tags);
+  for (size_t n = w[0].is_rare ? 1 : 2; n <= (w[0].is_rare ? 5u : 4u); ++n)
+    if (w[0].suffix[n] != 0) features_.push_back(feature(64 + static_cast<uint32_t>(n), w[0].suffix[n]));
+  for (size_t n = 1; w[0].is_rare && n <= 3; ++n)
+    if (w[0].prefix[n] != 0) features_.push_back(feature(80 + static_cast<uint32_t>(n), w[0].prefix[n]));
+  return features_;
+}
+
+std::span<const std::vector<uint32_t>> SecondLookView::parts(candidates_t candidates,
+                                                             std::span<const uint16_t> open) {
+  if (parts_.size() < open.size()) parts_.resize(open.size());
+  const auto all_have = [&](uint32_t part) {
+    return std::all_of(open.begin(), open.end(), [&](uint16_t k) {
+      const std::vector<uint32_t>& parts = tag_parts_[static_cast<size_t>(candidates[k].tag)];
+      return std::find(parts.begin(), parts.end(), part) != parts.end();
+    });
+  };
+  for (size_t i = 0; i < open.size(); ++i) {
+    parts_[i].clear();
+    for (const uint32_t part : tag_parts_[static_cast<size_t>(candidates[open[i]].tag)])
+      if (!all_have(part)) parts_[i].push_back(part);
+  }
+  return std::span(parts_).first(open.size());
+}
+
+void temper(std::span<double> probabilities, double power) {
+  if (probabilities.size() < 2) return;
+  double sum = 0.0;
+  for (double& p : probabilities) sum += p = std::pow(p, power);
+  for (double& p : probabilities) p /= sum;
+}
+
+SecondLook::SecondLook(const Tables& tables)
+    : weights_(tables.extras.weights),
+      bits_(std::countr_zero(weights_.table.size())),
+      view_(tables, weights_.splits_tags) {}
+
+void SecondLook::look(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+                      std::span<double> posteriors) {
+  view_.see(forms, words, posteriors);
+  double* of_word = posteriors.data();
+  for (size_t i = 0; i < words.size(); ++i) {
+    look_at(i, words[i], of_word);
+    temper({of_word, words[i].size()}, Sixteen / weights_.temperature);
+    of_word += words[i].size();
+  }
+}
+
+void SecondLook::look_at(size_t word, candidates_t candidates, double* posteriors) {
+  const std::span<const uint16_t> open = view_.open_candidates(word);
+  if (open.size() < 2) return;
+  const std::span<const uint32_t> features = view_.features(word);
+  const auto parts = view_.parts(candidates, open);
+  scores_.clear();
+  double left = 0.0;
+  for (size_t i = 0; i < open.size(); ++i) {
+    int sum = 0;
+    for (const uint32_t part : parts[i])
+      for (const uint32_t f : features) sum += weights_.table[place_of(f, part, bits_)];
+    const double p = posteriors[open[i]];
+    left += p;
+    scores_.push_back(std::log(p) + sum * second_look_weights_t::Step);
+  }
+  const double largest = *std::max_element(scores_.begin(), scores_.end());
+  double total = 0.0;
+  for (double& score : scores_) total += score = std::exp(score - largest);
+  for (size_t i = 0; i < open.size(); ++i) posteriors[open[i]] = left * scores_[i] / total;
+}
+
+}  // namespace orvelle

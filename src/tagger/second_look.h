@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: MIT
+// A second look at the tags that the first pass leaves open: a log-linear model over the words around.
+//
+//   score(tag) = log p(tag) + sum over the features f of the word's place of weight(f, tag)
+//
+//   first pass   Time  magazine          p: NN .61  NNP .37  JJ .02         left open: NN NNP JJ
+//   features     w0=Time  w+1=magazine  h+1=NN  shape=Xx,first  s3=ime ...
+//   second look  NN -.49 + (-.31 + .08 ...)     NNP -.99 + (.42 + .27 ...)
+//
+// The best tag is chosen for each word by itself. A feature and a tag are hashed to a place in the table of weights, and
+// nobody looks whether another pair has the same.
+#pragma once
+
+#include <orvelle/tagger.h>
+
+#include <array>
+#include <cstdint>
+#include <span>
+#include <string_view>
+#include <vector>
+
+#include "model/tables.h"
+
+namespace orvelle {
+
+// What the features of a place see of a word: hashes, 0 for what is not there.
+struct word_view_t {
+  uint32_t form = 0;                 // as it stands
+  uint32_t lower = 0;                // in small letters
+  std::array<uint32_t, 6> suffix{};  // its last bytes, by their number
+  std::array<uint32_t, 4> prefix{};  // its first bytes
+  uint32_t shape = 0;
+  bool is_rare = false;
+  uint32_t open_tags = 0;  // the tags that are left open
+  uint32_t best_tag = 0;   // of the first pass
+};
+
+// Features and tags as the model that is trained and the one that is used see them.
+class SecondLookView {
+ public:
+  static constexpr size_t Reach = 3;  // words before and behind a place
+
+  // The tables must outlive the object. `splits_tags`: the parts of a tag have weights too.
+  SecondLookView(const Tables& tables, bool splits_tags);
+
+  // Sees a text whose words have these candidates and these posteriors, one word behind the other. The words before it are
+  // those that were settled.
+  void see(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+           std::span<const double> posteriors);
+  // As in Tagger.
+  void settle(size_t words);
+  void end_sentence();
+
+  // The candidates of a word that are left open, by their places.
+  std::span<const uint16_t> open_candidates(size_t word) const {
+    return std::span(open_).subspan(open_starts_[word], open_starts_[word + 1] - open_starts_[word]);
+  }
+
+  // Hashes of the features of a word's place. Valid until: the next call.
+  std::span<const uint32_t> features(size_t word);
+
+  // For each candidate that is left open the hashes of what has weights: the tag and, of its parts, those that not all of
+  // them have. Valid until: the next call.
+  std::span<const std::vector<uint32_t>> parts(candidates_t candidates, std::span<const uint16_t> open);
+
+ private:
+  word_view_t view(std::string_view form) const;
+  void view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view);
+
+  const Tables& tables_;
+  std::vector<std::vector<uint32_t>> tag_parts_;  // by tag; the tag itself first, by its name
+  std::array<word_view_t, Reach> before_{};       // what was settled, the nearest last
+  bool is_start_ = true;                          // nothing of the sentence was settled
+  std::vector<word_view_t> views_;                // before_, the words, and as many that are not there
+  std::vector<uint16_t> open_;
+  std::vector<size_t> open_starts_;
+  std::vector<uint32_t> features_;
+  std::vector<std::vector<uint32_t>> parts_;
+};
+
+// Where the weight of a feature and a tag's part stands in a table of 2^bits.
+inline size_t place_of(uint32_t feature, uint32_t part, int bits) {
+  return ((feature ^ part) * 0x9E3779B1u) >> (32 - bits);
+}
+
+// Raises probabilities to a power and brings their sum to 1 again.
+void temper(std::span<double> probabilities, double power);
+
+// Gives the tags that are left open the probabilities of a second look.
+class SecondLook {
+ public:
+  // The tables must outlive the object and have weights.
+  explicit SecondLook(const Tables& tables);
+
+  // Replaces the probabilities of the tags left open, which keep their sum, and then brings those of all candidates to the
+  // temperature of the model, so that they are right as often as they say. `posteriors` are those of all candidates, one
+  // word behind the other.
+  void look(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+            std::span<double> posteriors);
+
+  void settle(size_t words) { view_.settle(words); }
+  void end_sentence() { view_.end_sentence(); }
+
+ private:
+  void look_at(size_t word, candidates_t candidates, double* posteriors);
+
+  const second_look_weights_t& weights_;
+  int bits_;
+  SecondLookView view_;
+  std::vector<double> scores_;
+};
+
+}  // namespace orvelle
