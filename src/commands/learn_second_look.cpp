@@ -22,7 +22,7 @@ constexpr size_t Least_Temperature = 12;  // sixteenths
 constexpr double Least_Probability = 1e-6;
 constexpr size_t Judged_Share = 8;  // one word in so many is enough
 constexpr size_t Cells_a_Word = 4;
-constexpr size_t Least_Cells = 1 << 12, Most_Cells = 1 << 22;
+constexpr size_t Least_Cells = 1 << 12, Most_Cells = 1 << 21;
 
 }  // namespace
 

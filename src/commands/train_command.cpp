@@ -13,7 +13,6 @@
 #include <filesystem>
 #include <map>
 #include <random>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -52,8 +51,8 @@ constexpr char Help[] =
     "  --lexicon FILE        with treebanks: more entries, in the trainer's format; may be\n"
     "                        repeated\n"
     "  --settings OPTIONS    train with these options of train-orvelle, such as\n"
-    "                        '-cl 3 -dtg 0.1' (-dtg 0.05 -sw 3, and -cl 2, or 1 with\n"
-    "                        fewer than 1,000 words a tag)\n"
+    "                        '-cl 3 -dtg 0.1' (-cl 1 -dtg 0.05 -sw 3, without a second\n"
+    "                        look -cl 2)\n"
     "  --no-second-look      only what train-orvelle would make of it: a little smaller and\n"
     "                        faster, and less often right\n"
     "  --tune                search for the settings that are best on what is measured on:\n"
@@ -75,12 +74,6 @@ Settings usual_settings() {
   settings.Min_Info_Gain = 0.05;
   settings.Smoothing_Weight = 3.0;
   return settings;
-}
-
-// One preceding tag where there is too little text for two.
-int usual_context_size(size_t words, size_t tags) {
-  constexpr size_t Least_Words_a_Tag = 1000;
-  return words < Least_Words_a_Tag * tags ? 1 : 2;
 }
 
 // Whether most tags are made of parts.
@@ -283,8 +276,7 @@ class Trainer {
     set_ = make_set(split(treebank_, 0.0).training);
     if (set_.texts.open_classes.text.empty())
       remarks_.say("no open classes: nothing will be learnt about unknown words (see --open)");
-    if (!request_.has_settings)
-      settings_.Context_Size = usual_context_size(treebank_.tokens.size(), count_tags());
+    if (!request_.has_settings && !line_.has("no-second-look")) settings_.Context_Size = 1;
     out_.print("%zu words in %s\n", treebank_.tokens.size(),
                counted(static_cast<int64_t>(treebank_.sentence_ends.size()), "sentence").c_str());
     out_.flush();
@@ -303,13 +295,6 @@ class Trainer {
       set_.columns.column = Tag_Column_Names[static_cast<int>(*column)];
     if (!request_.has_settings)
       settings_.UTF8_Processing = encoding_of(set_.texts.lexicon.text) == encoding_t::Utf8;
-  }
-
-  // Of what was read.
-  size_t count_tags() const {
-    std::set<int> tags;
-    for (const token_t& token : treebank_.tokens) tags.insert(token.tag);
-    return tags.size();
   }
 
   void choose_settings(const Treebank& treebank, const sentences_t& sentences) {

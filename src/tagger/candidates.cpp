@@ -4,6 +4,7 @@
 #include <orvelle/word_forms.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <optional>
 #include <utility>
@@ -47,11 +48,23 @@ const entrydata_t* Candidates::stand_in(const char* word, bool strips_markup) co
   return is_number && entry->data->freq <= 0 ? nullptr : entry->data;
 }
 
-candidates_t Candidates::of(std::string_view form) {
-  form = form.substr(0, form.find('\0'));
-  const Lexicon& lexicon = tables_.fullex.lexicon;
-  if (const entry_t* const entry = lexicon.find_entry(form)) {
-    std::vector<candidate_t>& known = known_[static_cast<size_t>(lexicon.index_of(*entry))];
+// The lexicon is asked for many words together, so that they wait for the memory at the same time.
+void Candidates::find(std::span<const std::string_view> forms, std::vector<candidates_t>& words) {
+  std::array<std::string_view, Lexicon::Max_Words_At_Once> group;
+  std::array<const entry_t*, Lexicon::Max_Words_At_Once> entries;
+  words.clear();
+  while (!forms.empty()) {
+    const size_t size = std::min(forms.size(), group.size());
+    for (size_t i = 0; i < size; ++i) group[i] = forms[i].substr(0, forms[i].find('\0'));
+    tables_.fullex.lexicon.find_entries(std::span(group).first(size), entries.data());
+    for (size_t i = 0; i < size; ++i) words.push_back(of(group[i], entries[i]));
+    forms = forms.subspan(size);
+  }
+}
+
+candidates_t Candidates::of(std::string_view form, const entry_t* entry) {
+  if (entry != nullptr) {
+    std::vector<candidate_t>& known = known_[static_cast<size_t>(tables_.fullex.lexicon.index_of(*entry))];
     if (known.empty()) {
       choose_known(entry->word, *entry);
       known = take_choice();
@@ -66,10 +79,11 @@ candidates_t Candidates::of(std::string_view form) {
   return added->second;
 }
 
-void Candidates::trim() {
-  if (remembered_ <= Remembered_Bytes) return;
+bool Candidates::trim() {
+  if (remembered_ <= Remembered_Bytes) return false;
   unknown_.clear();
   remembered_ = 0;
+  return true;
 }
 
 void Candidates::begin_choice() {

@@ -14,6 +14,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -32,11 +33,13 @@ class Candidates {
   Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup,
              Warn warn);
 
-  // At least one, the most probable first. A word form ends at a NUL. Valid until: the next call of trim.
-  candidates_t of(std::string_view form);
+  // Those of word forms, one behind the other into `words`: at least one each, the most probable first. A word form ends
+  // at a NUL. Valid until: the next call of trim.
+  void find(std::span<const std::string_view> forms, std::vector<candidates_t>& words);
 
-  // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded.
-  void trim();
+  // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded; returns
+  // whether it did.
+  bool trim();
 
  private:
   struct string_hash_t {
@@ -45,6 +48,7 @@ class Candidates {
   };
   static constexpr size_t Remembered_Bytes = 1 << 24;
 
+  candidates_t of(std::string_view form, const entry_t* entry);
   void begin_choice();
   void choose_known(const char* word, const entry_t& entry);
   void choose_unknown(const char* word);

@@ -94,6 +94,7 @@ void Decoder::add_word(candidates_t before, candidates_t last, candidates_t now)
 void Decoder::posteriors(std::span<const candidates_t> words, const int32_t* preceding,
                          std::vector<double>& result) {
   if (words.empty()) return;
+  if (context_.order() <= 1) return posteriors_of_pairs(words, preceding, result);
   make_lattice(words, preceding);
   run_backward();
   for (size_t i = 0; i < words.size(); ++i) {
@@ -106,6 +107,58 @@ void Decoder::posteriors(std::span<const candidates_t> words, const int32_t* pre
       sum += share;
     }
     for (size_t k = start; k < result.size(); ++k) result[k] /= sum;
+  }
+}
+
+// With one preceding tag, or none, the states of a word are its candidates, and all lies in flat arrays.
+void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+                                  std::vector<double>& result) {
+  const candidate_t start{context_.order() > 0 ? preceding[0] : 0, 0, 1.0};
+  const auto before = [&](size_t i) { return i > 0 ? words[i - 1] : candidates_t(&start, 1); };
+  const auto scale = [](std::span<double> values) {
+    double sum = 0.0;
+    for (const double value : values) sum += value;
+    const double factor = 1.0 / sum;
+    for (double& value : values) value *= factor;
+  };
+  transitions_.clear();
+  forward_.assign(1, 1.0);
+  size_t last = 0;  // where the word before begins in forward_
+  for (size_t i = 0; i < words.size(); ++i) {
+    const candidates_t from = before(i), to = words[i];
+    const size_t first = last + from.size();
+    forward_.resize(first + to.size(), 0.0);
+    for (size_t a = 0; a < from.size(); ++a) {
+      const context_leaf_t& leaf = context_.leaf(&from[a].tag);
+      for (size_t b = 0; b < to.size(); ++b) {
+        const double p = context_.probability(leaf, to[b].tag) * to[b].score;
+        transitions_.push_back(p);
+        forward_[first + b] += forward_[last + a] * p;
+      }
+    }
+    scale(std::span(forward_).subspan(first));
+    last = first;
+  }
+  backward_.assign(forward_.size(), 1.0);
+  size_t end = forward_.size(), edge = transitions_.size();
+  for (size_t i = words.size(); i-- > 1;) {
+    const size_t to = end - words[i].size(), from = to - words[i - 1].size();
+    edge -= words[i].size() * words[i - 1].size();
+    const double* p = &transitions_[edge];
+    for (size_t a = from; a < to; ++a) {
+      double sum = 0.0;
+      for (size_t b = to; b < end; ++b) sum += *p++ * backward_[b];
+      backward_[a] = sum;
+    }
+    scale(std::span(backward_).subspan(from, to - from));
+    end = to;
+  }
+  size_t place = 1;
+  for (const candidates_t candidates : words) {
+    const size_t first = result.size();
+    for (size_t k = 0; k < candidates.size(); ++k, ++place)
+      result.push_back(forward_[place] * backward_[place]);
+    scale(std::span(result).subspan(first));
   }
 }
 

@@ -55,6 +55,8 @@ class Decoder {
   void best_path_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
                           std::vector<int>& chosen);
   void add_word(candidates_t before, candidates_t last, candidates_t now);
+  void posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+                           std::vector<double>& result);
   void make_lattice(std::span<const candidates_t> words, const int32_t* preceding);
   void extend(candidates_t candidates, size_t first, size_t end);
   void prune(size_t first);
@@ -62,6 +64,10 @@ class Decoder {
 
   ContextModel& context_;
   size_t beam_;
+
+  // One preceding tag.
+  std::vector<double> forward_, backward_;  // of the candidates, word by word
+  std::vector<double> transitions_;  // from each candidate to each of the next word, times the score of that
 
   // The pairs.
   std::vector<double> score_, next_score_;  // by candidate of the word before, then of the word

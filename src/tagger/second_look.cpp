@@ -122,7 +122,9 @@ void SecondLookView::see(std::span<const std::string_view> forms, std::span<cons
   open_starts_.assign(1, 0);
   const double* of_word = posteriors.data();
   for (size_t i = 0; i < forms.size(); ++i) {
-    views_.push_back(view(forms[i]));
+    const auto [place, is_new] = known_.try_emplace(words[i].data());
+    if (is_new) place->second = view(forms[i]);
+    views_.push_back(place->second);
     view_open_tags(words[i], of_word, views_.back());
     of_word += words[i].size();
     open_starts_.push_back(open_.size());
@@ -219,6 +221,9 @@ void SecondLook::look_at(size_t word, candidates_t candidates, double* posterior
   if (open.size() < 2) return;
   const std::span<const uint32_t> features = view_.features(word);
   const auto parts = view_.parts(candidates, open);
+  for (const std::vector<uint32_t>& of_tag : parts)
+    for (const uint32_t part : of_tag)
+      for (const uint32_t f : features) __builtin_prefetch(&weights_.table[place_of(f, part, bits_)]);
   scores_.clear();
   double left = 0.0;
   for (size_t i = 0; i < open.size(); ++i) {

@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "model/tables.h"
@@ -43,13 +44,15 @@ class SecondLookView {
   // The tables must outlive the object. `splits_tags`: the parts of a tag have weights too.
   SecondLookView(const Tables& tables, bool splits_tags);
 
-  // Sees a text whose words have these candidates and these posteriors, one word behind the other. The words before it are
+  // Sees a text whose words have these candidates, of a Tagger, and these posteriors, one word behind the other. The words before it are
   // those that were settled.
   void see(std::span<const std::string_view> forms, std::span<const candidates_t> words,
            std::span<const double> posteriors);
   // As in Tagger.
   void settle(size_t words);
   void end_sentence();
+  // Candidates that were seen are no longer valid.
+  void forget() { known_.clear(); }
 
   // The candidates of a word that are left open, by their places.
   std::span<const uint16_t> open_candidates(size_t word) const {
@@ -68,6 +71,8 @@ class SecondLookView {
   void view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view);
 
   const Tables& tables_;
+  std::unordered_map<const candidate_t*, word_view_t>
+      known_;                                     // by the candidates, of which each form has its own
   std::vector<std::vector<uint32_t>> tag_parts_;  // by tag; the tag itself first, by its name
   std::array<word_view_t, Reach> before_{};       // what was settled, the nearest last
   bool is_start_ = true;                          // nothing of the sentence was settled
@@ -100,6 +105,7 @@ class SecondLook {
 
   void settle(size_t words) { view_.settle(words); }
   void end_sentence() { view_.end_sentence(); }
+  void forget() { view_.forget(); }
 
  private:
   void look_at(size_t word, candidates_t candidates, double* posteriors);

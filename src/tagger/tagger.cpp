@@ -82,9 +82,8 @@ Tagger::~Tagger() = default;
 
 void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {
   Parts& p = *parts_;
-  p.words_candidates.trim();
-  p.words.clear();
-  for (const std::string_view form : forms) p.words.push_back(p.words_candidates.of(form));
+  if (p.words_candidates.trim() && p.second_look) p.second_look->forget();
+  p.words_candidates.find(forms, p.words);
   p.posterior_starts.clear();
   const bool by_word = p.options.choice == tagger_options_t::Choice::Word;
   if (with_posteriors || by_word) p.find_posteriors(forms);
