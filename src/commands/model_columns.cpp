@@ -23,7 +23,18 @@ std::string_view ModelColumns::lemma(const candidate_t& candidate, std::string_v
 std::string_view ModelColumns::lexicon_lemma(const candidate_t& candidate, std::string_view form) {
   if (candidate.lemma != No_Lemma) return model_.Lemma(candidate.lemma);
   if (unknown_lemma_ != nullptr) return unknown_lemma_;
-  return lemma_ = model_.guess_lemma(std::string(form).c_str(), candidate.tag);
+  return guessed_lemma(form, candidate.tag);
+}
+
+// The same few unknown words come again and again.
+std::string_view ModelColumns::guessed_lemma(std::string_view form, int32_t tag) {
+  constexpr size_t Most_Remembered = 1 << 16;
+  if (guessed_.size() > Most_Remembered) guessed_.clear();
+  (key_ = form) += '\0';
+  key_ += std::to_string(tag);
+  const auto [place, is_new] = guessed_.try_emplace(key_);
+  if (is_new) place->second = model_.guess_lemma(std::string(form).c_str(), tag);
+  return place->second;
 }
 
 void ModelColumns::fill(conllu_line_t& line, const candidate_t& candidate, bool with_lemma) {

@@ -7,6 +7,7 @@
 
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "commands/conllu.h"
 
@@ -32,10 +33,13 @@ class ModelColumns {
   void fill(conllu_line_t& line, const candidate_t& candidate, bool with_lemma);
 
  private:
+  std::string_view guessed_lemma(std::string_view form, int32_t tag);
+
   const Model& model_;
   const char* unknown_lemma_;
   tag_column_t column_ = tag_column_t::Xpos;
-  std::string lemma_, features_;  // what the views point to
+  std::string features_, key_;
+  std::unordered_map<std::string, std::string> guessed_;  // lemmas by form and tag
 };
 
 }  // namespace orvelle
