@@ -57,6 +57,7 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/text_io.cpp
   src/commands/train_command.cpp
   src/commands/train_command_line.cpp
+  src/commands/train_request.cpp
   src/commands/training_data.cpp
   src/commands/training_texts.cpp
   src/commands/treebank.cpp

@@ -7,9 +7,12 @@
 #include <bit>
 #include <cmath>
 #include <numeric>
+#include <random>
+#include <utility>
 
 #include "model/tables.h"
 #include "tagger/second_look.h"
+#include "training/train.h"
 
 namespace orvelle {
 
@@ -127,6 +130,19 @@ second_look_weights_t SecondLookLearner::weights() const {
     result.table.push_back(static_cast<int8_t>(std::clamp(steps, -127.0, 127.0)));
   }
   return result;
+}
+
+second_look_weights_t learn_second_look(size_t words, bool splits_tags, const Settings& settings,
+                                        const std::function<unseen_fold_t(size_t fold)>& make_fold) {
+  SecondLookLearner learner(words, splits_tags);
+  std::mt19937 random(1);
+  for (size_t fold = 0; fold < Second_Look_Folds; ++fold) {
+    unseen_fold_t unseen = make_fold(fold);
+    std::vector<gold_sentence_t>& sentences = unseen.sentences;
+    for (size_t i = sentences.size(); i > 1; --i) std::swap(sentences[i - 1], sentences[random() % i]);
+    learner.learn(make_model(train(unseen.texts.inputs(), settings, {}, {})), sentences);
+  }
+  return learner.weights();
 }
 
 }  // namespace orvelle

@@ -5,11 +5,14 @@
 #include <orvelle/model.h>
 
 #include <array>
+#include <functional>
 #include <span>
 #include <string_view>
 #include <vector>
 
+#include "commands/training_texts.h"
 #include "model/second_look_weights.h"
+#include "training/settings.h"
 
 namespace orvelle {
 
@@ -50,5 +53,17 @@ class SecondLookLearner {
   std::vector<double> tempered_;
   size_t seen_ = 0;
 };
+
+// What a fold is trained on, and the sentences that it does not see.
+struct unseen_fold_t {
+  training_texts_t texts;
+  std::vector<gold_sentence_t> sentences;  // the strings belong to whoever made the fold
+};
+
+// Learns from folds, each tagged by a model that was trained with the settings on its texts; `make_fold` is called for 0 to
+// Second_Look_Folds - 1. `words`: of all of them.
+inline constexpr size_t Second_Look_Folds = 4;
+second_look_weights_t learn_second_look(size_t words, bool splits_tags, const Settings& settings,
+                                        const std::function<unseen_fold_t(size_t fold)>& make_fold);
 
 }  // namespace orvelle

@@ -12,7 +12,6 @@
 #include <chrono>
 #include <filesystem>
 #include <map>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,7 +22,7 @@
 #include "commands/learn_second_look.h"
 #include "commands/search.h"
 #include "commands/tagger_options.h"
-#include "commands/train_command_line.h"
+#include "commands/train_request.h"
 #include "commands/training_data.h"
 #include "commands/treebank_options.h"
 #include "model/model_file.h"
@@ -31,7 +30,6 @@
 #include "model/tables.h"
 #include "support/binary_output.h"
 #include "support/errors.h"
-#include "support/strings.h"
 #include "training/learn_lemmas.h"
 #include "training/train.h"
 
@@ -65,82 +63,6 @@ constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},        
 
 constexpr double Held_Out_Share = 0.1;
 constexpr size_t Least_Sentences = 20;  // from which on a tenth of them can tell something
-
-// ---- what is asked for
-
-// Good on all texts that were tried: two treebanks with five tagsets, and a corpus of a million words.
-Settings usual_settings() {
-  Settings settings;
-  settings.Min_Info_Gain = 0.05;
-  settings.Smoothing_Weight = 3.0;
-  return settings;
-}
-
-// Whether most tags are made of parts.
-bool have_parts(const Model& model) {
-  int with_parts = 0;
-  for (int tag = 0; tag < model.Number_of_Tags(); ++tag)
-    with_parts += std::string_view(model.Tag(tag)).find_first_of(":|-+", 1) != std::string_view::npos;
-  return 2 * with_parts > model.Number_of_Tags();
-}
-
-// What options of train-orvelle say, read as it reads them.
-Settings parse_settings(const char* text) {
-  std::vector<std::string> words = {"train-orvelle"};
-  std::string copy(text);
-  char* cursor = copy.data();
-  for (const char* word = next_string(&cursor); *word != '\0'; word = next_string(&cursor))
-    words.push_back(word);
-  if (words.size() % 2 == 0 && std::ranges::find(words, "-utf8") == words.end())
-    misuse("--settings takes options of train-orvelle with their values, not '" + std::string(text) + "'");
-  words.insert(words.end(), 4, "file");
-  std::vector<char*> arguments;
-  for (std::string& word : words) arguments.push_back(word.data());
-  try {
-    return parse_command_line(static_cast<int>(arguments.size()), arguments.data()).settings;
-  } catch (const Error&) {
-    misuse("--settings takes options of train-orvelle, not '" + std::string(text) + "'");
-  }
-}
-
-struct request_t {
-  std::vector<const char*> treebanks;
-  const char* model;
-  Settings settings;
-  bool has_settings;
-};
-
-// A model that is there may be replaced, anything else not: a treebank whose model was forgotten is the last name.
-void require_model_name(const char* name) {
-  if (std::filesystem::is_directory(name))
-    stop(std::string(name) + " is a folder; the last name is that of the model");
-  if (!std::filesystem::is_regular_file(name) || std::filesystem::is_empty(name)) return;
-  TextInput in(name);
-  const auto begins = [&](std::string_view mark) {
-    return in.look_ahead([&](std::string_view text) { return text.size() >= mark.size(); }).starts_with(mark);
-  };
-  if (!begins(Model_File_Mark) && !begins(std::string_view(" \0\0\0", 4)))
-    stop(std::string(name) + " is there and is no model; the last name is that of the model");
-}
-
-request_t parse_request(const CommandLine& line) {
-  request_t request{line.operands(), line.operands().back(), usual_settings(), line.has("settings")};
-  request.treebanks.pop_back();
-  std::vector<const char*> inputs = request.treebanks;
-  for (const char* option : {"dev", "lexicon", "open-classes", "corpus"})
-    for (const char* name : line.values(option)) inputs.push_back(name);
-  if (line.has("corpus") != line.has("open-classes") || (line.has("corpus") && !line.has("lexicon")))
-    misuse("--lexicon, --open-classes and --corpus go together where there is no treebank");
-  if (line.has("corpus") && line.operands().size() > 1)
-    misuse("--corpus stands for a treebank: give one of them");
-  if (!line.has("corpus") && line.operands().size() < 2) misuse("which treebank, and which model?");
-  if (std::string_view(request.model) == "-") misuse("the model needs a file name");
-  if (request.has_settings) request.settings = parse_settings(line.value("settings", ""));
-  request.settings.SENT_TAG = line.value("sentence-tag", request.settings.SENT_TAG.c_str());
-  require_other_file(request.model, inputs);
-  require_model_name(request.model);
-  return request;
-}
 
 // ---- what is trained on
 
@@ -177,6 +99,14 @@ treebank_columns_t columns_of(const Treebank& treebank, const sentences_t& sente
 }
 
 // ---- training and measuring
+
+// Whether most tags are made of parts.
+bool have_parts(const Model& model) {
+  int with_parts = 0;
+  for (int tag = 0; tag < model.Number_of_Tags(); ++tag)
+    with_parts += std::string_view(model.Tag(tag)).find_first_of(":|-+", 1) != std::string_view::npos;
+  return 2 * with_parts > model.Number_of_Tags();
+}
 
 Model make_full_model(const training_set_t& set, const Settings& settings, TrainedModel trained) {
   Model model = make_model(std::move(trained));
@@ -218,14 +148,17 @@ std::string summary(const evaluation_t& result) {
 
 class Trainer {
  public:
-  Trainer(const CommandLine& line, const request_t& request, Remarks& remarks)
+  Trainer(const CommandLine& line, const train_request_t& request, Remarks& remarks)
       : line_(line),
         request_(request),
         remarks_(remarks),
         options_(treebank_options(line)),
         treebank_(options_, remarks),
         out_("-"),
-        settings_(request.settings) {}
+        settings_(request.settings) {
+    if (!request.has_settings && !line.has("no-second-look")) settings_.Context_Size = 1;
+    if (!line.has("corpus")) settings_.SENT_TAG = options_.sentence_tag;
+  }
 
   void run() {
     const bool from_files = line_.has("corpus");
@@ -241,7 +174,8 @@ class Trainer {
     } else if (!from_files && treebank_.sentence_ends.size() >= Least_Sentences) {
       parts = split_in_blocks(treebank_, Held_Out_Share);
     }
-    const bool is_held_out = !line_.has("dev") && !parts.test.empty();
+    const bool is_held_out = !line_.has("dev") && !parts.test.empty() && can_be_trained_on(parts.training);
+    if (!is_held_out && !line_.has("dev")) parts = {};
     const Treebank& measured_on = is_held_out ? treebank_ : dev;
     if (is_held_out) set_ = make_set(parts.training);
     if (!parts.test.empty()) choose_settings(measured_on, parts.test);
@@ -273,10 +207,10 @@ class Trainer {
     settings_.UTF8_Processing = treebank_.encoding() != encoding_t::Other;
     if (!settings_.UTF8_Processing)
       remarks_.say("not all of the text is UTF-8: it is taken for single bytes");
+    if (!treebank_.tokens.empty() && !can_be_trained_on(split(treebank_, 0.0).training)) take_final_tag();
     set_ = make_set(split(treebank_, 0.0).training);
     if (set_.texts.open_classes.text.empty())
       remarks_.say("no open classes: nothing will be learnt about unknown words (see --open)");
-    if (!request_.has_settings && !line_.has("no-second-look")) settings_.Context_Size = 1;
     out_.print("%zu words in %s\n", treebank_.tokens.size(),
                counted(static_cast<int64_t>(treebank_.sentence_ends.size()), "sentence").c_str());
     out_.flush();
@@ -308,6 +242,29 @@ class Trainer {
     out_.flush();
   }
 
+  // In a treebank without marks at sentence ends the tag that most sentences end in has to do.
+  void take_final_tag() {
+    std::map<int, int> counts;
+    for (const size_t end : treebank_.sentence_ends) ++counts[treebank_.tokens[end - 1].tag];
+    const auto best = std::ranges::max_element(counts, {}, [](const auto& count) { return count.second; });
+    options_.sentence_tag = treebank_.strings.text(best->first);
+    settings_.SENT_TAG = options_.sentence_tag;
+    remarks_.say(
+        std::string("no token ends sentences (see --sentence-end): their tag is that of most last words, ") +
+        options_.sentence_tag);
+  }
+
+  // Whether the trainer will find the sentence tag in its lexicon.
+  bool can_be_trained_on(const sentences_t& sentences) const {
+    const std::string_view sentence_tag = options_.sentence_tag;
+    return std::ranges::any_of(sentences, [&](const range_t& sentence) {
+      return std::any_of(
+          treebank_.tokens.begin() + static_cast<std::ptrdiff_t>(sentence.first),
+          treebank_.tokens.begin() + static_cast<std::ptrdiff_t>(sentence.end),
+          [&](const token_t& token) { return treebank_.strings.text(token.tag) == sentence_tag; });
+    });
+  }
+
   training_set_t make_set(const sentences_t& sentences) {
     const lexicon_entries_t lexicon = make_lexicon(treebank_, sentences);
     require_soundness(treebank_, lexicon, options_.sentence_tag);
@@ -321,32 +278,39 @@ class Trainer {
 
   Model train(const sentences_t& sentences) {
     ProgressLine progress(remarks_, "training");
-    Model model = make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}));
-    if (!line_.has("corpus") && !line_.has("no-second-look") && sentences.size() >= Least_Sentences)
-      ModelAccess::tables(model).extras.weights = learn_second_look(sentences, have_parts(model));
+    Model model = make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}, {}));
+    if (line_.has("no-second-look")) return model;
+    try {
+      ModelAccess::tables(model).extras.weights = line_.has("corpus")
+                                                      ? learn_from_files(have_parts(model))
+                                                      : learn_from(sentences, have_parts(model));
+    } catch (const Failure& failure) {
+      remarks_.say(std::string("no second look: ") + failure.what());
+    } catch (const Error& failure) {
+      remarks_.say("no second look: " + message_of(failure));
+    }
     return model;
   }
 
-  // Every fourth sentence is tagged by a model that was trained on the others, and then learned from.
-  second_look_weights_t learn_second_look(const sentences_t& sentences, bool splits_tags) {
-    constexpr size_t Folds = 4;
+  second_look_weights_t learn_from_files(bool splits_tags) const {
+    const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, 1);
+    return learn_second_look(folds.tokens(), splits_tags, settings_,
+                             [&](size_t fold) { return folds.unseen_fold(fold); });
+  }
+
+  second_look_weights_t learn_from(const sentences_t& sentences, bool splits_tags) {
     size_t words = 0;
     for (const range_t& sentence : sentences) words += sentence.end - sentence.first;
-    SecondLookLearner learner(words, splits_tags);
-    std::mt19937 random(1);
-    for (size_t fold = 0; fold < Folds; ++fold) {
+    return learn_second_look(words, splits_tags, settings_, [&](size_t fold) {
       sentences_t others;
       std::vector<gold_sentence_t> held_out;
       for (size_t i = 0; i < sentences.size(); ++i)
-        if (i % Folds != fold)
+        if (i % Second_Look_Folds != fold)
           others.push_back(sentences[i]);
         else
           held_out.push_back(gold_of(sentences[i]));
-      for (size_t i = held_out.size(); i > 1; --i) std::swap(held_out[i - 1], held_out[random() % i]);
-      const training_set_t set = make_set(others);
-      learner.learn(make_model(orvelle::train(set.texts.inputs(), settings_, {})), held_out);
-    }
-    return learner.weights();
+      return unseen_fold_t{make_set(others).texts, std::move(held_out)};
+    });
   }
 
   gold_sentence_t gold_of(const range_t& sentence) const {
@@ -404,7 +368,7 @@ class Trainer {
   };
 
   const CommandLine& line_;
-  const request_t& request_;
+  const train_request_t& request_;
   Remarks& remarks_;
   treebank_options_t options_, dev_options_;
   Treebank treebank_;
@@ -416,7 +380,7 @@ class Trainer {
 };
 
 int train_command(const CommandLine& line, Remarks& remarks) {
-  const request_t request = parse_request(line);
+  const train_request_t request = parse_train_request(line);
   Trainer(line, request, remarks).run();
   return 0;
 }

@@ -177,6 +177,22 @@ std::string Folds::training_corpus(size_t fold) const {
   return text;
 }
 
+unseen_fold_t Folds::unseen_fold(size_t fold) const {
+  unseen_fold_t unseen{{{texts_.lexicon.name, folds_[fold].lexicon},
+                        {texts_.open_classes.name, folds_[fold].open_classes},
+                        {texts_.corpus.name, training_corpus(fold)}},
+                       {}};
+  for (const sentence_t& sentence : sentences_) {
+    if (sentence.fold != fold) continue;
+    gold_sentence_t& gold = unseen.sentences.emplace_back();
+    for (size_t i = sentence.first; i < sentence.end; ++i) {
+      gold.forms.push_back(strings_.text(tokens_[i].form));
+      gold.tags.push_back(strings_.text(tokens_[i].tag));
+    }
+  }
+  return unseen;
+}
+
 evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
   const Model model = [&] {
     const std::string corpus = training_corpus(fold);

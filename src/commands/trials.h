@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "commands/evaluation.h"
+#include "commands/learn_second_look.h"
 #include "commands/remarks.h"
 #include "commands/training_texts.h"
 #include "support/string_table.h"
@@ -48,6 +49,9 @@ class Folds {
   size_t size() const { return folds_.size(); }
   size_t sentences() const { return sentences_.size(); }
   size_t tokens() const { return tokens_.size(); }
+
+  // What a fold is trained on, and its own sentences.
+  unseen_fold_t unseen_fold(size_t fold) const;
 
   // Runs the trials in `jobs` threads and fills in what they came to; `take` gets each as it is done, in their order.
   // Begins no more when `is_over()`, and returns false then: a trial that was not done has fewer results than folds.
