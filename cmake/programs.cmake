@@ -49,6 +49,11 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/prepare_command.cpp
   src/commands/remarks.cpp
   src/commands/search.cpp
+  src/commands/show/card.cpp
+  src/commands/show/tree.cpp
+  src/commands/show/view.cpp
+  src/commands/show/whole.cpp
+  src/commands/show/word.cpp
   src/commands/show_command.cpp
   src/commands/standard_streams.cpp
   src/commands/tag_command.cpp
