@@ -86,6 +86,7 @@ bool has_long_open_word(const Lexicon& lexicon, const std::vector<char>& open) {
 
 int check_command(const CommandLine& line, Remarks& remarks) {
   const std::vector<const char*>& files = line.operands();
+  require_other_file("-", std::span(files).first(3));
   if (files.size() == 4) require_other_file(files[3], std::span(files).first(3));
   TextOutput out("-");
   Report report(out, line.has("all"));

@@ -75,7 +75,7 @@ class GoldReader {
         format_(format),
         utf8_(model.UTF8_Processing()),
         evaluator_(model, Tagger(model, options), true,
-                   format.is_conllu ? gold_t::Of_Treebank : gold_t::Of_Model, format.column) {}
+                   format.is_conllu ? format.column : tag_column_t::Xpos) {}
 
   void take_line(std::string_view line, int64_t number) {
     line = without_end(line);
@@ -106,8 +106,8 @@ class GoldReader {
  private:
   void take_conllu(std::string_view text, int64_t number) {
     const conllu_line_t line = parse_conllu(text);
-    if (line.kind == conllu_line_t::Not_Ten_Columns)
-      stop_at(name_, number, "not a CoNLL-U line of ten columns: " + printable(text));
+    if (line.kind == conllu_line_t::Not_Ten_Columns || line.kind == conllu_line_t::No_Id)
+      stop_at(name_, number, "not a CoNLL-U line of ten columns, the first a number: " + printable(text));
     if (line.kind != conllu_line_t::Token) return;
     const std::string_view form = line.columns[conllu_line_t::Form],
                            lemma = line.columns[conllu_line_t::Lemma];
@@ -254,8 +254,10 @@ int evaluate_command(const CommandLine& line, Remarks& remarks) {
   const int64_t confusions = line.integer("confusions", 10, 0, INT64_MAX);
   const Model model = load_tagging_model(line);
   const tagger_options_t options = tagger_options(line, model);
+  require_other_file("-", tagger_inputs(line));
   TextInput in(text_name(line));
   const gold_format_t format = gold_format(line, model, in);
+  require_column(model, tag_column(line));
   tell_of_text(in, false, remarks);
   const auto start = std::chrono::steady_clock::now();
   const evaluation_t result = evaluate(model, options, format, in, jobs, remarks);

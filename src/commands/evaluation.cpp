@@ -59,8 +59,8 @@ void Evaluator::compare(size_t words) {
 }
 
 void Evaluator::compare(const token_t& token, const candidate_t& chosen) {
-  const std::string_view given =
-      gold_ == gold_t::Of_Treebank ? model_.treebank_tag(chosen.tag, token.form) : model_.Tag(chosen.tag);
+  const char* const own = model_.Tag(chosen.tag);
+  const std::string_view given = token.tag == own ? own : columns_.tag(chosen, token.form);
   if (!token.lemma.empty()) result_.lemmas.count(columns_.lemma(chosen, token.form) == token.lemma);
   if (token.tag.empty()) return;
   const bool is_right = token.tag == given;
@@ -72,8 +72,7 @@ void Evaluator::compare(const token_t& token, const candidate_t& chosen) {
     marked_sentence_is_right_ = true;
   }
   result_.all.count(is_right);
-  if (gold_ == gold_t::Of_Treebank && columns_.column() == tag_column_t::Upos_Feats)
-    compare_parts(token.tag, given);
+  if (columns_.column() == tag_column_t::Upos_Feats) compare_parts(token.tag, given);
   (entry != nullptr ? result_.known : result_.unknown).count(is_right);
   if (entry != nullptr && entry->data->n > 1) result_.ambiguous.count(is_right);
   if (details_) count_details(token, given);

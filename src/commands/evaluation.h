@@ -76,21 +76,17 @@ struct evaluation_t {
   void add(const evaluation_t& other);
 };
 
-// What gold tags are: those of the model, with its tag for sentence ends, or those of its treebank.
-enum class gold_t { Of_Model, Of_Treebank };
-
 // Compares a gold corpus word by word; holds a piece of a sentence at a time.
 class Evaluator {
  public:
   // `details`: also the tags, confusions and foreign tags. The model must outlive the evaluator.
   // `column` is where the gold tags of a treebank stand.
-  Evaluator(const Model& model, Tagger tagger, bool details, gold_t gold,
-            tag_column_t column = tag_column_t::Xpos)
-      : model_(model), tagger_(std::move(tagger)), columns_(model, nullptr), details_(details), gold_(gold) {
+  Evaluator(const Model& model, Tagger tagger, bool details, tag_column_t column = tag_column_t::Xpos)
+      : model_(model), tagger_(std::move(tagger)), columns_(model, nullptr), details_(details) {
     columns_.set_column(column);
   }
 
-  // A word with its gold tag, "" if nobody knows it, and its gold lemma if it has one.
+  // A word with its gold tag (the treebank's; where a sentence ends the model's own will do), "" if nobody knows it, and its gold lemma if it has one.
   void add(std::string_view form, std::string_view tag, std::string_view lemma = {});
   void end_sentence();
 
@@ -112,7 +108,6 @@ class Evaluator {
   ModelColumns columns_;
   evaluation_t result_;
   bool details_;
-  gold_t gold_;
   std::vector<token_t> tokens_;
   std::vector<std::string_view> forms_;
   size_t words_of_sentence_ = 0;  // compared already

@@ -26,6 +26,12 @@ std::string_view ModelColumns::lexicon_lemma(const candidate_t& candidate, std::
   return guessed_lemma(form, candidate.tag);
 }
 
+std::string_view ModelColumns::tag(const candidate_t& candidate, std::string_view form) const {
+  const std::string_view tag = model_.treebank_tag(candidate.tag, form);
+  const bool has_more = column_ == tag_column_t::Upos && model_.treebank_column() == "upos+feats";
+  return has_more ? tag.substr(0, tag.find('|')) : tag;
+}
+
 // The same few unknown words come again and again.
 std::string_view ModelColumns::guessed_lemma(std::string_view form, int32_t tag) {
   constexpr size_t Most_Remembered = 1 << 16;
@@ -43,7 +49,7 @@ void ModelColumns::fill(conllu_line_t& line, const candidate_t& candidate, bool 
     const std::string_view found = lemma(candidate, form);
     line.columns[conllu_line_t::Lemma] = found.empty() ? "_" : found;
   }
-  const std::string_view tag = model_.treebank_tag(candidate.tag, form);
+  const std::string_view tag = this->tag(candidate, form);
   if (column_ != tag_column_t::Upos_Feats) {
     line.columns[column_ == tag_column_t::Xpos ? conllu_line_t::Xpos : conllu_line_t::Upos] = tag;
     return;

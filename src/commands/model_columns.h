@@ -23,6 +23,9 @@ class ModelColumns {
   tag_column_t column() const { return column_; }
   void set_column(tag_column_t column) { column_ = column; }
 
+  // The tag as the treebank has it in that column.
+  std::string_view tag(const candidate_t& candidate, std::string_view form) const;
+
   // The lemma of a word with that candidate. Numbers have no lemma of their own here: theirs is the form. Valid until:
   // the next call.
   std::string_view lemma(const candidate_t& candidate, std::string_view form);

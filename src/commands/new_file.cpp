@@ -46,6 +46,7 @@ std::optional<struct stat> regular_file(const char* name, int standard_stream) {
 }  // namespace
 
 NewFile::NewFile(const char* name) : name_(name) {
+  if (name_.empty()) stop("an output needs a name");
   constexpr int At_Once = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
   const std::optional<std::string> path = real_path(name);
   struct stat status;

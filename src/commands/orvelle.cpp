@@ -40,8 +40,7 @@ int print_overview() {
   out.put(
       "Usage: orvelle COMMAND [OPTION...] [FILE...]\n"
       "\n"
-      "Prepares the training of a part-of-speech tagger and uses the parameter file that train-orvelle "
-      "made.\n"
+      "Trains part-of-speech taggers from treebanks, and tags text.\n"
       "\n");
   for (const command_t* command : Commands) out.print("  %-10s %s\n", command->name, command->summary);
   out.put(
@@ -90,6 +89,9 @@ int run(int argc, char** argv) {
     if (failure.status == Misuse_Status)
       std::fprintf(stderr, "Try '%s --help'.\n", remarks.program().c_str());
     return failure.status;
+  } catch (const Error& failure) {
+    remarks.say(message_of(failure));
+    return 1;
   }
 }
 

@@ -102,6 +102,7 @@ int prepare_command(const CommandLine& line, Remarks& remarks) {
   all_inputs.insert(all_inputs.end(), inputs.begin(), inputs.end());
   Files files(line.value("into", "."));
   files.require_room(all_inputs, line.has("force"));
+  require_other_file("-", all_inputs);
 
   Treebank treebank(options, remarks);
   for (const char* input : inputs) treebank.read(input);

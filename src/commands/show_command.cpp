@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "commands/command.h"
@@ -58,6 +59,9 @@ int show_command(const CommandLine& line, Remarks&) {
   const size_t most_in_tree = line.has("best") ? most : 3;
   const int32_t depth = static_cast<int32_t>(line.integer("depth", -1, 0, Most));
   if (parameter_file != nullptr) require_other_file(parameter_file, line.operands());
+  if (parameter_file != nullptr && std::string_view(parameter_file) == "-")
+    misuse("--parameter-file needs the name of a file");
+  require_other_file("-", line.operands());
   const Model model = load_model(line.operands()[0]);
 
   if (parameter_file != nullptr) write_parameter_file_of(model, parameter_file);

@@ -114,7 +114,8 @@ class TextTagger {
     if (!find_word(text, line)) {
       end_text();
       if (line_with_end.ends_with('\n')) line_with_end.remove_suffix(1);
-      stop_at(name_, number, "not a CoNLL-U line of ten columns: " + printable(line_with_end));
+      stop_at(name_, number,
+              "not a CoNLL-U line of ten columns, the first a number: " + printable(line_with_end));
     }
     if (!line.is_word && words_ == 0) {  // nothing waits
       out_ += line_with_end;
@@ -149,6 +150,7 @@ class TextTagger {
     bool has_return;
   };
   static constexpr size_t Longest_Text = 1 << 24;  // bytes that may wait
+  static constexpr char Probabilities_Key[] = "Tags=";
 
   // A sentence becomes lines of one word, and an empty one.
   void take_sentence(std::string_view text) {
@@ -178,7 +180,7 @@ class TextTagger {
       line.word_start += static_cast<size_t>(form.data() - text.data());
       line.word_size = form.size();
     }
-    return conllu.kind != conllu_line_t::Not_Ten_Columns;
+    return conllu.kind != conllu_line_t::Not_Ten_Columns && conllu.kind != conllu_line_t::No_Id;
   }
 
   void take_word(std::string_view text, const line_t& line) {
@@ -249,8 +251,10 @@ class TextTagger {
 
   // The column MISC with "Tags=NN:0.9312;JJ:0.0600" behind what it has; a | of a tag is \p there.
   std::string with_probabilities(std::string_view misc, size_t word) {
-    std::string text = misc == "_" ? "" : std::string(misc) + '|';
-    const char* separator = "Tags=";
+    misc =
+        misc.substr(0, misc.starts_with(Probabilities_Key) ? 0 : misc.find("|Tags="));  // of an earlier run
+    std::string text = misc == "_" || misc.empty() ? "" : std::string(misc) + '|';
+    const char* separator = Probabilities_Key;
     for_each_probable(word, [&](const candidate_t& candidate, const char* probability) {
       text += std::exchange(separator, ";");
       for (const char* c = model_.treebank_tag(candidate.tag, forms_[word]); *c != '\0'; ++c)
@@ -310,6 +314,7 @@ int tag_command(const CommandLine& line, Remarks& remarks) {
   const char* const output = line.value("output", "-");
   require_other_file(output, tagger_inputs(line));
   const text_format_t format = settings.format ? *settings.format : recognise_format(in);
+  require_column(model, settings.column);
   tell_of_text(in, !settings.format && format == text_format_t::Lines, remarks);
   TextOutput out(output);
   bool is_told = false;

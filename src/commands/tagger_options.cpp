@@ -75,6 +75,14 @@ Model load_tagging_model(const CommandLine& line) {
   return model;
 }
 
+void require_column(const Model& model, std::optional<tag_column_t> column) {
+  const std::string_view of_model = model.treebank_column();
+  if (!column || of_model.empty() || of_model == Tag_Column_Names[static_cast<int>(*column)]) return;
+  const bool has_universal_tags = of_model == Tag_Column_Names[static_cast<int>(tag_column_t::Upos_Feats)];
+  if (has_universal_tags && *column == tag_column_t::Upos) return;
+  stop("the model was trained on another column: " + std::string(of_model));
+}
+
 void tell_of_text(const TextInput& in, bool takes_lines_for_sentences, Remarks& remarks) {
   if (in.had_byte_order_mark()) remarks.say_at(in.name(), 1, "byte-order mark dropped");
   if (takes_lines_for_sentences)

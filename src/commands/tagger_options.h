@@ -5,7 +5,11 @@
 #include <orvelle/model.h>
 #include <orvelle/tagger.h>
 
+#include <optional>
+#include <vector>
+
 #include "commands/command.h"
+#include "commands/conllu.h"
 #include "commands/text_io.h"
 
 namespace orvelle {
@@ -35,6 +39,9 @@ Model load_model(const char* name);
 Model load_tagging_model(const CommandLine& line);
 // All files that the command reads.
 std::vector<const char*> tagger_inputs(const CommandLine& line);
+
+// Stops if the model's tags are of another column; those with features have universal tags in them.
+void require_column(const Model& model, std::optional<tag_column_t> column);
 
 // Remarks on what was changed or guessed of a text.
 void tell_of_text(const TextInput& in, bool takes_lines_for_sentences, Remarks& remarks);

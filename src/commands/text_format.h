@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The formats of text that is tagged or compared.
+// The formats of text that is tagged, compared or learned from.
 #pragma once
-
-#include <string_view>
 
 #include "commands/text_io.h"
 
@@ -14,7 +12,8 @@ enum class text_format_t {
   Lines,   // a sentence a line, its words between blanks
 };
 
-// What the beginning of a text looks like; nothing of it is taken.
+// What the lines at hand look like; nothing of them is taken. Text that begins like CoNLL-U is CoNLL-U, so that what is
+// wrong with its lines can be told.
 text_format_t recognise_format(TextInput& in);
 
 }  // namespace orvelle

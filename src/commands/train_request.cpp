@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "commands/text_io.h"
 #include "commands/train_command_line.h"
@@ -31,8 +32,7 @@ Settings parse_settings(const char* text) {
   char* cursor = copy.data();
   for (const char* word = next_string(&cursor); *word != '\0'; word = next_string(&cursor))
     words.push_back(word);
-  if (words.size() % 2 == 0 && std::ranges::find(words, "-utf8") == words.end())
-    misuse("--settings takes options of train-orvelle with their values, not '" + std::string(text) + "'");
+  if (std::ranges::find(words, "-st") != words.end()) misuse("--sentence-tag stands for -st");
   words.insert(words.end(), 4, "file");
   std::vector<char*> arguments;
   for (std::string& word : words) arguments.push_back(word.data());
@@ -45,9 +45,10 @@ Settings parse_settings(const char* text) {
 
 // A model that is there may be replaced, anything else not: a treebank whose model was forgotten is the last name.
 void require_model_name(const char* name) {
-  if (std::filesystem::is_directory(name))
+  std::error_code none;
+  if (std::filesystem::is_directory(name, none))
     stop(std::string(name) + " is a folder; the last name is that of the model");
-  if (!std::filesystem::is_regular_file(name) || std::filesystem::is_empty(name)) return;
+  if (!std::filesystem::is_regular_file(name, none) || std::filesystem::is_empty(name, none)) return;
   TextInput in(name);
   const auto begins = [&](std::string_view mark) {
     return in.look_ahead([&](std::string_view text) { return text.size() >= mark.size(); }).starts_with(mark);
@@ -72,7 +73,10 @@ train_request_t parse_train_request(const CommandLine& line) {
   if (std::string_view(request.model) == "-") misuse("the model needs a file name");
   if (request.has_settings) request.settings = parse_settings(line.value("settings", ""));
   request.settings.SENT_TAG = line.value("sentence-tag", request.settings.SENT_TAG.c_str());
+  if (std::ranges::count(inputs, std::string_view("-")) > 1) misuse("only one file can be standard input");
+  if (line.values("dev").size() > 1) misuse("--dev is one file");
   require_other_file(request.model, inputs);
+  require_other_file("-", inputs);
   require_model_name(request.model);
   return request;
 }

@@ -7,6 +7,7 @@
 
 #include "commands/conllu.h"
 #include "commands/escape.h"
+#include "commands/text_format.h"
 #include "commands/text_io.h"
 #include "support/errors.h"
 #include "training/lexicon_line.h"
@@ -57,9 +58,9 @@ void Treebank::refuse(const std::string& text) {
 void Treebank::close_remarks() {
   for (int kind = 0; kind < Number_of_Repairs; ++kind)
     if (const int64_t more = repairs_[kind] - Shown_of_a_Kind; more > 0)
-      remarks_.say("in " + std::to_string(more) + " more places: " + Repairs[kind]);
+      remarks_.say("in " + counted(more, "more place") + ": " + Repairs[kind]);
   if (const int64_t more = refused - 4 * Shown_of_a_Kind; more > 0)
-    remarks_.say(std::to_string(more) + " more lines refused");
+    remarks_.say(counted(more, "more line") + " refused");
 }
 
 // ---- files
@@ -69,6 +70,9 @@ uint64_t Treebank::read(const char* name) {
   ProgressLine progress(remarks_, "reading");
   file_ = input.name();
   format_ = options_.format;
+  if (format_ == treebank_options_t::Guess)
+    format_ = recognise_format(input) == text_format_t::Conllu ? treebank_options_t::Conllu
+                                                               : treebank_options_t::Columns;
   const size_t first_sentence = sentence_ends.size();
   const size_t first_token = tokens.size();
   while (input.next()) {
@@ -94,14 +98,10 @@ std::string_view Treebank::bare(std::string_view line) {
 }
 
 void Treebank::read_line(std::string_view line) {
-  using enum treebank_options_t::format_t;
   line = bare(line);
   if (line.find('\0') != line.npos) return refuse("a NUL byte");
   if (line.find_first_not_of(Blanks) == line.npos) return end_sentence();
-  if (format_ == Guess && line[0] == '#' && line.find('\t') == line.npos) return;  // a comment
-  if (format_ == Guess)
-    format_ = std::ranges::count(line, '\t') == conllu_line_t::Number_of_Columns - 1 ? Conllu : Columns;
-  if (format_ == Conllu)
+  if (format_ == treebank_options_t::Conllu)
     read_conllu(parse_conllu(line));
   else
     read_columns(line);
@@ -147,6 +147,7 @@ std::optional<std::string> Treebank::tag_of(const conllu_line_t& line) {
 void Treebank::read_columns(std::string_view line) {
   std::array<std::string_view, 3> fields;
   const size_t count = split_at_tabs(line, fields);
+  if (count == 1 && line[0] == '#' && tokens.empty()) return;  // a comment before all
   if (count == 1 && line[0] == '<' && trimmed(line).ends_with('>')) {
     if (line.starts_with("<s>") || line.starts_with("<s ") || line.starts_with("</s>")) end_sentence();
     return repair(Markup);

@@ -202,7 +202,7 @@ evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
     inputs.corpus.text = corpus;
     return make_model(train(inputs, settings, {}));
   }();
-  Evaluator evaluator(model, Tagger(model), false, gold_t::Of_Model);
+  Evaluator evaluator(model, Tagger(model), false);
   for (const sentence_t& sentence : sentences_) {
     if (sentence.fold != fold) continue;
     for (size_t i = sentence.first; i < sentence.end; ++i)

@@ -36,7 +36,8 @@ constexpr char Help[] =
     "  --jobs N            trainings at a time (one for each processor)\n"
     "  --sentence-tag TAG  the tag of sentence ends, as for train-orvelle -st (SENT)\n"
     "  --column KIND       the tags of CoNLL-U as --dev: xpos, upos or upos+feats (xpos)\n"
-    "  --utf8              word forms are UTF-8, as for train-orvelle -utf8\n";
+    "  --utf8              word forms are UTF-8, as for train-orvelle -utf8 (if there are\n"
+    "                      such in the lexicon)\n";
 
 constexpr option_t Options[] = {{"dev", "FILE"},         {"quick", nullptr}, {"minutes", "N"},
                                 {"folds", "N"},          {"seed", "N"},      {"jobs", "N"},
@@ -72,11 +73,12 @@ int tune_command(const CommandLine& line, Remarks& remarks) {
   const std::chrono::minutes minutes(line.integer("minutes", 1000000, 1, 1000000));
   Settings start;
   start.SENT_TAG = line.value("sentence-tag", start.SENT_TAG.c_str());
-  start.UTF8_Processing = line.has("utf8");
   const std::vector<const char*>& files = line.operands();
   if (std::ranges::count(files, std::string_view("-")) > 1) misuse("only one file can be standard input");
 
+  require_other_file("-", files);
   const training_texts_t texts = {read_whole(files[0]), read_whole(files[1]), read_whole(files[2])};
+  start.UTF8_Processing = line.has("utf8") || encoding_of(texts.lexicon.text) == encoding_t::Utf8;
   const Folds folds = line.has("dev") ? Folds(texts, start.SENT_TAG, read_dev(line, remarks))
                                       : Folds(texts, start.SENT_TAG, parts, seed);
   TextOutput out("-");

@@ -183,6 +183,8 @@ TEST_F(RoadTest, RecognisesWhatItGets) {
               "orvelle tag: latin:2: not UTF-8, which the model is for: such bytes are taken for question "
               "marks (told "
               "once)\n");
+  EXPECT_EQ(orvelle("tag --column upos m plain").err,
+            "orvelle tag: the model was trained on another column: xpos\n");
   std::string crlf;
   for (const char c : conllu) crlf += c == '\n' ? "\r\n" : std::string(1, c);
   std::string filled_crlf;
@@ -207,6 +209,13 @@ TEST_F(RoadTest, HarmsNothing) {
       {"tag --output m m good", 1, "m is an input"},
       {"tag --output result m bad", 1, "bad:3: not a CoNLL-U line"},
       {"tag --output folder m good", 1, "can't write folder: Is a directory"},
+      {"tag --output '' m good", 1, "an output needs a name"},
+      {"show --parameter-file - m", 2, "needs the name of a file"},
+      {"tag --column upos m good", 1, "the model was trained on another column: xpos"},
+      {"train --settings '-st X' train.conllu m", 2, "--sentence-tag stands for -st"},
+      {"train --dev good - - m", 2, "only one file can be standard input"},
+      {"train --dev bad train.conllu m", 1, "bad can't be measured on"},
+      {"train train.conllu none/x", 1, "can't write none/x: No such file or directory"},
       {"tag --output none/x m good", 1, "can't write none/x: No such file or directory"},
       {"tag good m", 1, "good: it is no model"},
       {"tag folder good", 1, "folder: it can't be read"},
@@ -255,6 +264,27 @@ TEST_F(RoadTest, HarmsNothing) {
   EXPECT_EQ(run("$orvelle tag --output out m good 2>&-; $orvelle tag m good >&-; echo $?").out, "1\n");
   EXPECT_EQ(run("cat good | $orvelle tag m >>good2; $orvelle tag m <good >>good; echo $?").out, "1\n");
   EXPECT_EQ(read_file(dir_.path("good")), good);
+}
+
+// A treebank whose tag of sentence ends has the name that the model uses inside, and gold in two columns, with either tag.
+TEST_F(RoadTest, SentenceEndsAreWhatTheTreebankHas) {
+  std::string text = treebank(1, 60);
+  for (size_t at; (at = text.find("\tPUNCT\t.\t")) != text.npos;) text.replace(at, 9, "\tPUNCT\tSENT\t");
+  dir_.write("in", text);
+  ASSERT_EQ(orvelle("train in m").status, 0);
+  const std::string tagged = orvelle("tag m in").out;
+  EXPECT_EQ(count_of(tagged, "\tSENT\t"), count_of(text, "\tSENT\t"));
+  EXPECT_EQ(count_of(tagged, "\t!?\t"), count_of(text, "\t!?\t"));
+  dir_.write("gold", "the\tDT\n.\tSENT\n\nthe\tDT\n?\tSENT\n\nthe\tDT\n?\t!?\n");
+  EXPECT_NE(orvelle("evaluate m gold").out.find("all words          100.00%            6"),
+            std::string::npos);
+  // What begins like CoNLL-U is CoNLL-U, and its fault is told.
+  const std::string row = conllu_row("1", "the", "the", "DET", "DT");
+  for (const std::string& bad : std::vector<std::string>{"1 " + row, row.substr(0, row.rfind('\t')) + "\n",
+                                                         "# text = a\tb\n1\tthe\n"}) {
+    dir_.write("bad", bad + row + row);
+    EXPECT_NE(orvelle("tag m bad").err.find("not a CoNLL-U line of ten columns"), std::string::npos) << bad;
+  }
 }
 
 TEST_F(RoadTest, TakesTokensWithoutATagAsItIsTold) {
