@@ -44,16 +44,22 @@ ProgressLine::ProgressLine(Remarks& remarks, const char* what)
 
 void ProgressLine::update(int64_t done, int64_t total) {
   if (!is_terminal_) return;
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  const int64_t milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-  if (milliseconds - last_shown_ < 200) return;
-  last_shown_ = milliseconds;
+  using std::chrono::duration_cast, std::chrono::milliseconds, std::chrono::seconds;
+  const auto now = std::chrono::steady_clock::now();
+  if (now - last_shown_ < milliseconds(200)) return;
+  last_shown_ = now;
   if (total > 0) {
     constexpr int Width = 30;  // columns
-    const int drawn = static_cast<int>(Width * std::min(done, total) / total);
-    const std::string bar = std::string(drawn, '#') + std::string(Width - drawn, '.');
-    std::fprintf(stderr, "\r%s [%s] %lld%%\033[K", what_, bar.c_str(),
-                 static_cast<long long>(100 * done / total));
+    done = std::min(done, total);
+    const auto drawn = static_cast<size_t>(Width * done / total);
+    std::fprintf(stderr, "\r%s [%s%s] %d%%", what_, std::string(drawn, '#').c_str(),
+                 std::string(Width - drawn, '.').c_str(), static_cast<int>(100 * done / total));
+    const auto left =
+        duration_cast<seconds>((now - start_) * (total - done) / std::max<int64_t>(done, 1)).count();
+    if (now - start_ > seconds(3) && done > 0)
+      std::fprintf(stderr, " %lld:%02d to go", static_cast<long long>(left / 60),
+                   static_cast<int>(left % 60));
+    std::fputs("\033[K", stderr);
   } else {
     std::fprintf(stderr, "\r%s %lld\033[K", what_, static_cast<long long>(done));
   }

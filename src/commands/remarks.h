@@ -3,6 +3,7 @@
 // one, the place ("orvelle prepare: corpus:12: ..."), and how they end early.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <stdexcept>
 #include <string>
@@ -50,7 +51,7 @@ class ProgressLine {
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
 
-  // Shows done/total as a percentage, at most some times a second; `total` 0 shows the bare count. Cheap enough for
+  // Shows done/total as a percentage, with the time to go, at most some times a second; `total` 0 shows the bare count. Cheap enough for
   // every thousandth line.
   void update(int64_t done, int64_t total);
 
@@ -61,7 +62,7 @@ class ProgressLine {
   Remarks& remarks_;
   const char* what_;
   bool is_terminal_;
-  int64_t last_shown_ = 0;  // milliseconds
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now(), last_shown_;
 };
 
 }  // namespace orvelle
