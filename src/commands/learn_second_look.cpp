@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "model/tables.h"
+#include "support/string_table.h"
 #include "tagger/second_look.h"
 #include "training/train.h"
 
@@ -41,31 +42,33 @@ void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_
   options.warn = {};
   Tagger tagger(model, options);
   SecondLookView view(ModelAccess::tables(model), splits_tags_);
-  std::vector<candidates_t> words;
+  std::vector<Candidates::word_t> words;
+  StringTable forms;
   std::vector<double> posteriors, open_posteriors;
   for (const gold_sentence_t& sentence : sentences) {
     tagger.tag(sentence.forms, true);
     words.clear();
     posteriors.clear();
     for (size_t i = 0; i < sentence.forms.size(); ++i) {
-      words.push_back(tagger.candidates(i));
+      words.push_back({tagger.candidates(i), forms.number(sentence.forms[i])});
       const std::span<const double> p = tagger.posteriors(i);
       posteriors.insert(posteriors.end(), p.begin(), p.end());
     }
     view.see(sentence.forms, words, posteriors);
     double* of_word = posteriors.data();
-    for (size_t i = 0; i < words.size(); of_word += words[i++].size()) {
+    for (size_t i = 0; i < words.size(); of_word += words[i++].candidates.size()) {
       const int32_t gold = model.find_tag(sentence.tags[i]);
-      const auto right = std::find_if(words[i].begin(), words[i].end(),
+      const candidates_t candidates = words[i].candidates;
+      const auto right = std::find_if(candidates.begin(), candidates.end(),
                                       [gold](const candidate_t& candidate) { return candidate.tag == gold; });
-      if (right == words[i].end()) continue;
-      const auto gold_place = static_cast<size_t>(right - words[i].begin());
+      if (right == candidates.end()) continue;
+      const auto gold_place = static_cast<size_t>(right - candidates.begin());
       const std::span<const uint16_t> open = view.open_candidates(i);
       const auto open_place =
           static_cast<size_t>(std::find(open.begin(), open.end(), gold_place) - open.begin());
       if (open.size() > 1) {
         const std::span<const uint32_t> features = view.features(i);
-        const auto parts = view.parts(words[i], open);
+        const auto parts = view.parts(candidates, open);
         open_posteriors.clear();
         for (const uint16_t k : open) open_posteriors.push_back(of_word[k]);
         find_scores(features, parts, open_posteriors);
@@ -73,7 +76,7 @@ void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_
         const double left = std::accumulate(open_posteriors.begin(), open_posteriors.end(), 0.0);
         for (size_t k = 0; k < open.size(); ++k) of_word[open[k]] = left * scores_[k];
       }
-      if (++seen_ % Judged_Share == 0) judge({of_word, words[i].size()}, gold_place);
+      if (++seen_ % Judged_Share == 0) judge({of_word, candidates.size()}, gold_place);
     }
     tagger.end_sentence();
     view.end_sentence();

@@ -49,7 +49,7 @@ const entrydata_t* Candidates::stand_in(const char* word, bool strips_markup) co
 }
 
 // The lexicon is asked for many words together, so that they wait for the memory at the same time.
-void Candidates::find(std::span<const std::string_view> forms, std::vector<candidates_t>& words) {
+void Candidates::find(std::span<const std::string_view> forms, std::vector<word_t>& words) {
   std::array<std::string_view, Lexicon::Max_Words_At_Once> group;
   std::array<const entry_t*, Lexicon::Max_Words_At_Once> entries;
   words.clear();
@@ -62,21 +62,24 @@ void Candidates::find(std::span<const std::string_view> forms, std::vector<candi
   }
 }
 
-candidates_t Candidates::of(std::string_view form, const entry_t* entry) {
+Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
   if (entry != nullptr) {
-    std::vector<candidate_t>& known = known_[static_cast<size_t>(tables_.fullex.lexicon.index_of(*entry))];
+    const int number = tables_.fullex.lexicon.index_of(*entry);
+    std::vector<candidate_t>& known = known_[static_cast<size_t>(number)];
     if (known.empty()) {
       choose_known(entry->word, *entry);
       known = take_choice();
     }
-    return known;
+    return {known, number};
   }
-  const auto place = unknown_.find(form);
-  if (place != unknown_.end()) return place->second;
-  choose_unknown(std::string(form).c_str());
-  const auto added = unknown_.emplace(form, take_choice()).first;
-  remembered_ += form.size() + added->second.size() * sizeof(candidate_t) + 128;
-  return added->second;
+  auto place = unknown_.find(form);
+  if (place == unknown_.end()) {
+    choose_unknown(std::string(form).c_str());
+    const auto number = static_cast<int32_t>(known_.size() + unknown_.size());
+    place = unknown_.emplace(form, unknown_t{take_choice(), number}).first;
+    remembered_ += form.size() + place->second.candidates.size() * sizeof(candidate_t) + 128;
+  }
+  return {place->second.candidates, place->second.number};
 }
 
 bool Candidates::trim() {

@@ -33,9 +33,14 @@ class Candidates {
   Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup,
              Warn warn);
 
-  // Those of word forms, one behind the other into `words`: at least one each, the most probable first. A word form ends
-  // at a NUL. Valid until: the next call of trim.
-  void find(std::span<const std::string_view> forms, std::vector<candidates_t>& words);
+  // A word form: its candidates, at least one, the most probable first; and a number that no other has.
+  struct word_t {
+    candidates_t candidates;
+    int32_t number;  // from 0 on, without large gaps
+  };
+
+  // Those of word forms, one behind the other into `words`. A word form ends at a NUL. Valid until: the next call of trim.
+  void find(std::span<const std::string_view> forms, std::vector<word_t>& words);
 
   // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded; returns
   // whether it did.
@@ -48,7 +53,7 @@ class Candidates {
   };
   static constexpr size_t Remembered_Bytes = 1 << 24;
 
-  candidates_t of(std::string_view form, const entry_t* entry);
+  word_t of(std::string_view form, const entry_t* entry);
   void begin_choice();
   void choose_known(const char* word, const entry_t& entry);
   void choose_unknown(const char* word);
@@ -64,7 +69,11 @@ class Candidates {
   Warn warn_;
   Guesser guesser_;
   std::vector<std::vector<candidate_t>> known_;  // by entry; empty as long as nobody asked
-  std::unordered_map<std::string, std::vector<candidate_t>, string_hash_t, std::equal_to<>> unknown_;
+  struct unknown_t {
+    std::vector<candidate_t> candidates;
+    int32_t number;
+  };
+  std::unordered_map<std::string, unknown_t, string_hash_t, std::equal_to<>> unknown_;
   size_t remembered_ = 0;            // bytes of unknown_, about
   std::vector<double> probability_;  // by tag
   std::vector<int32_t> lemma_;       // by tag

@@ -115,18 +115,22 @@ void SecondLookView::view_open_tags(candidates_t candidates, const double* poste
   view.best_tag = name_of(best);
 }
 
-void SecondLookView::see(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+void SecondLookView::see(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
                          std::span<const double> posteriors) {
   views_.assign(before_.begin(), before_.end());
   open_.clear();
   open_starts_.assign(1, 0);
+  for (const Candidates::word_t& word : words)
+    if (static_cast<size_t>(word.number) < known_.size())
+      __builtin_prefetch(&known_[static_cast<size_t>(word.number)]);
   const double* of_word = posteriors.data();
   for (size_t i = 0; i < forms.size(); ++i) {
-    const auto [place, is_new] = known_.try_emplace(words[i].data());
-    if (is_new) place->second = view(forms[i]);
-    views_.push_back(place->second);
-    view_open_tags(words[i], of_word, views_.back());
-    of_word += words[i].size();
+    const auto number = static_cast<size_t>(words[i].number);
+    if (number >= known_.size()) known_.resize(number + number / 2 + 1);
+    if (known_[number].form == 0) known_[number] = view(forms[i]);
+    views_.push_back(known_[number]);
+    view_open_tags(words[i].candidates, of_word, views_.back());
+    of_word += words[i].candidates.size();
     open_starts_.push_back(open_.size());
   }
   views_.resize(views_.size() + Reach);
@@ -205,14 +209,15 @@ SecondLook::SecondLook(const Tables& tables)
       bits_(std::countr_zero(weights_.table.size())),
       view_(tables, weights_.splits_tags) {}
 
-void SecondLook::look(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+void SecondLook::look(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
                       std::span<double> posteriors) {
   view_.see(forms, words, posteriors);
   double* of_word = posteriors.data();
   for (size_t i = 0; i < words.size(); ++i) {
-    look_at(i, words[i], of_word);
-    temper({of_word, words[i].size()}, Sixteen / weights_.temperature);
-    of_word += words[i].size();
+    const candidates_t candidates = words[i].candidates;
+    look_at(i, candidates, of_word);
+    temper({of_word, candidates.size()}, Sixteen / weights_.temperature);
+    of_word += candidates.size();
   }
 }
 

@@ -17,10 +17,10 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "model/tables.h"
+#include "tagger/candidates.h"
 
 namespace orvelle {
 
@@ -46,12 +46,12 @@ class SecondLookView {
 
   // Sees a text whose words have these candidates, of a Tagger, and these posteriors, one word behind the other. The words before it are
   // those that were settled.
-  void see(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+  void see(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
            std::span<const double> posteriors);
   // As in Tagger.
   void settle(size_t words);
   void end_sentence();
-  // Candidates that were seen are no longer valid.
+  // The numbers of word forms begin anew.
   void forget() { known_.clear(); }
 
   // The candidates of a word that are left open, by their places.
@@ -71,8 +71,7 @@ class SecondLookView {
   void view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view);
 
   const Tables& tables_;
-  std::unordered_map<const candidate_t*, word_view_t>
-      known_;                                     // by the candidates, of which each form has its own
+  std::vector<word_view_t> known_;                // by the number of the word form; no form: not seen yet
   std::vector<std::vector<uint32_t>> tag_parts_;  // by tag; the tag itself first, by its name
   std::array<word_view_t, Reach> before_{};       // what was settled, the nearest last
   bool is_start_ = true;                          // nothing of the sentence was settled
@@ -100,7 +99,7 @@ class SecondLook {
   // Replaces the probabilities of the tags left open, which keep their sum, and then brings those of all candidates to the
   // temperature of the model, so that they are right as often as they say. `posteriors` are those of all candidates, one
   // word behind the other.
-  void look(std::span<const std::string_view> forms, std::span<const candidates_t> words,
+  void look(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
             std::span<double> posteriors);
 
   void settle(size_t words) { view_.settle(words); }

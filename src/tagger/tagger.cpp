@@ -37,7 +37,7 @@ struct Tagger::Parts {
   void find_posteriors(std::span<const std::string_view> forms) {
     posteriors.clear();
     decoder.posteriors(words, preceding.data(), posteriors);
-    if (second_look) second_look->look(forms, words, posteriors);
+    if (second_look) second_look->look(forms, found, posteriors);
     size_t start = 0;
     for (const candidates_t& candidates : words) {
       posterior_starts.push_back(start);
@@ -60,7 +60,8 @@ struct Tagger::Parts {
   ContextModel context;
   Decoder decoder;
   std::optional<SecondLook> second_look;
-  std::vector<int32_t> preceding;  // tags of what was settled, the nearest last
+  std::vector<int32_t> preceding;         // tags of what was settled, the nearest last
+  std::vector<Candidates::word_t> found;  // of the words
   std::vector<candidates_t> words;
   std::vector<int> chosen;
   std::vector<double> posteriors;
@@ -83,7 +84,9 @@ Tagger::~Tagger() = default;
 void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {
   Parts& p = *parts_;
   if (p.words_candidates.trim() && p.second_look) p.second_look->forget();
-  p.words_candidates.find(forms, p.words);
+  p.words_candidates.find(forms, p.found);
+  p.words.clear();
+  for (const Candidates::word_t& word : p.found) p.words.push_back(word.candidates);
   p.posterior_starts.clear();
   const bool by_word = p.options.choice == tagger_options_t::Choice::Word;
   if (with_posteriors || by_word) p.find_posteriors(forms);

@@ -57,10 +57,10 @@ TEST(SecondLook, AddsItsWeightsToTheLogarithms) {
     looking.tag(Text);
     first.tag(Text);
     SecondLookView view(ModelAccess::tables(model), splits);
-    std::vector<candidates_t> words;
+    std::vector<Candidates::word_t> words;
     std::vector<double> posteriors;
     for (size_t i = 0; i < Text.size(); ++i) {
-      words.push_back(first.candidates(i));
+      words.push_back({first.candidates(i), static_cast<int32_t>(i)});
       posteriors.insert(posteriors.end(), first.posteriors(i).begin(), first.posteriors(i).end());
     }
     view.see(Text, words, posteriors);
@@ -68,7 +68,7 @@ TEST(SecondLook, AddsItsWeightsToTheLogarithms) {
     for (size_t i = 0; i < Text.size(); ++i) {
       const std::span<const double> before = first.posteriors(i), after = looking.posteriors(i);
       const std::span<const uint16_t> open = view.open_candidates(i);
-      const auto parts = view.parts(words[i], open);
+      const auto parts = view.parts(words[i].candidates, open);
       for (const std::vector<uint32_t>& of_tag : parts)
         EXPECT_TRUE(open.size() != 2 || of_tag.size() == 1u + splits);  // the x of A and B tells nothing
       double total = 0.0, left = 0.0;
@@ -124,9 +124,9 @@ TEST(SecondLookLearner, MovesAgainstTheGradient) {
   const std::string_view form[] = {"w"};
   tagger.tag(form);
   SecondLookView view(ModelAccess::tables(model), false);
-  const candidates_t words[] = {tagger.candidates(0)};
+  const Candidates::word_t words[] = {{tagger.candidates(0), 0}};
   view.see(form, words, tagger.posteriors(0));
-  const auto parts = view.parts(words[0], view.open_candidates(0));
+  const auto parts = view.parts(words[0].candidates, view.open_candidates(0));
   for (const uint32_t f : view.features(0)) {
     EXPECT_EQ(weights.table[place_of(f, parts[0][0], 12)], std::lround(step_of_a * 64));
     EXPECT_EQ(weights.table[place_of(f, parts[1][0], 12)], std::lround(step_of_b * 64));
