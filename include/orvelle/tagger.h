@@ -42,8 +42,8 @@ using candidates_t = std::span<const candidate_t>;
 
 struct tagger_options_t {
   // What is chosen: the tags of the most probable path; or the most probable tag of each word, after a second look if
-  // the model has weights for one.
-  enum class Choice { Path, Word } choice = Choice::Path;
+  // the model has weights for one; or what suits the model, by word for a model file and by path for a parameter file.
+  enum class Choice { Path, Word, As_Suits } choice = Choice::As_Suits;
   size_t beam = 32;  // histories that are followed where the model looks at more than two preceding tags
   bool strips_markup =
       false;  // a word form without an entry is taken without the tags in it, "walk" for "walk<br/>"

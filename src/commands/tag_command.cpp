@@ -308,7 +308,7 @@ int tag_command(const CommandLine& line, Remarks& remarks) {
   settings_t settings = settings_of(line);
   const size_t jobs = jobs_option(line, 1);
   const Model model = load_tagging_model(line);
-  settings.tagger = tagger_options(line, model);
+  settings.tagger = tagger_options(line);
   settings.tagger.strips_markup = settings.markup;
   TextInput in(text_name(line));
   const char* const output = line.value("output", "-");

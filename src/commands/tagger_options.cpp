@@ -13,11 +13,11 @@
 
 namespace orvelle {
 
-tagger_options_t tagger_options(const CommandLine& line, const Model& model) {
+tagger_options_t tagger_options(const CommandLine& line) {
   tagger_options_t options;
   using Choice = tagger_options_t::Choice;
-  options.choice = line.choice("decode", model.card().empty() ? 0 : 1, {"path", "word"}) == 0 ? Choice::Path
-                                                                                              : Choice::Word;
+  options.choice =
+      static_cast<Choice>(line.choice("decode", static_cast<int>(Choice::As_Suits), {"path", "word"}));
   options.warn = {};  // the commands tell of bytes that are not UTF-8 themselves, with the place
   options.beam = static_cast<size_t>(line.integer("beam", static_cast<int64_t>(options.beam), 1, 1 << 20));
   return options;

@@ -26,8 +26,8 @@ inline constexpr option_group_t Tagger_Group = {
     "                      preceding tags (32)\n"
     "  --jobs N            threads that tag, sentence by sentence (1)\n"};
 
-// What --decode and --beam say; without --decode what suits the model.
-tagger_options_t tagger_options(const CommandLine& line, const Model& model);
+// What --decode and --beam say.
+tagger_options_t tagger_options(const CommandLine& line);
 size_t jobs_option(const CommandLine& line, int64_t fallback);
 
 // The name to open a binary file or a transducer by, "-" for standard input.

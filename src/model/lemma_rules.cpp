@@ -14,8 +14,6 @@ namespace orvelle {
 
 namespace {
 
-const Warn Silent = {};
-
 bool is_before(const LemmaRules::rule_t& rule, std::pair<int, std::string_view> key) {
   return std::pair<int, std::string_view>(rule.tag, rule.ending) < key;
 }
@@ -53,9 +51,9 @@ form_shape_t shape_of(const char* form, bool utf8) {
   for (size_t i = 0, end; i < text.size(); i = end) {
     end = character_end(text, i, utf8);
     const std::string letter(text.substr(i, end - i));
-    const bool is_capital = is_upper(letter.c_str(), utf8, Silent) != 0;
+    const bool is_capital = is_upper(letter.c_str(), utf8, {}) != 0;
     capitals += is_capital;
-    small += !is_capital && cap_word(letter.c_str(), utf8, Silent) != letter;
+    small += !is_capital && cap_word(letter.c_str(), utf8, {}) != letter;
     if (i == 0) first_is_capital = is_capital;
   }
   if (capitals == 0) return form_shape_t::Small;
@@ -106,7 +104,7 @@ const LemmaRules::rule_t* LemmaRules::find_rule(std::string_view ending, int tag
 }
 
 std::string LemmaRules::lemma(const char* form, int tag, bool utf8) const {
-  const std::string whole = form, small = all_to_lower(form, utf8, Silent);
+  const std::string whole = form, small = all_to_lower(form, utf8, {});
   std::string lemma = small;
   bool is_known = false;
   for_each_ending(small, utf8, [&](std::string_view ending) {
@@ -123,7 +121,7 @@ std::string LemmaRules::lemma(const char* form, int tag, bool utf8) const {
     case lemma_case_t::Small:
       return lemma;
     case lemma_case_t::Capitalised:
-      return cap_word(lemma.c_str(), utf8, Silent);
+      return cap_word(lemma.c_str(), utf8, {});
     case lemma_case_t::As_It_Stands:
       break;
   }

@@ -18,13 +18,14 @@ struct Tagger::Parts {
   Parts(const Tables& model_tables, const tagger_options_t& given, std::shared_ptr<const RareWords> learned)
       : tables(model_tables),
         options(given),
+        by_word(options.choice == tagger_options_t::Choice::Word ||
+                (options.choice == tagger_options_t::Choice::As_Suits && !tables.extras.card.empty())),
         rare_words(std::move(learned)),
         words_candidates(tables, rare_words, options.strips_markup, options.warn),
         context(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
         decoder(context, options.beam),
         preceding(static_cast<size_t>(context.order()), tables.fullex.tagset.Sent_Tag) {
-    if (options.choice == tagger_options_t::Choice::Word && !tables.extras.weights.empty())
-      second_look.emplace(tables);
+    if (by_word && !tables.extras.weights.empty()) second_look.emplace(tables);
   }
   Parts(const Parts&) = delete;
   Parts& operator=(const Parts&) = delete;
@@ -55,6 +56,7 @@ struct Tagger::Parts {
 
   const Tables& tables;
   const tagger_options_t options;
+  const bool by_word;
   const std::shared_ptr<const RareWords> rare_words;
   Candidates words_candidates;
   ContextModel context;
@@ -88,9 +90,8 @@ void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) 
   p.words.clear();
   for (const Candidates::word_t& word : p.found) p.words.push_back(word.candidates);
   p.posterior_starts.clear();
-  const bool by_word = p.options.choice == tagger_options_t::Choice::Word;
-  if (with_posteriors || by_word) p.find_posteriors(forms);
-  if (by_word)
+  if (with_posteriors || p.by_word) p.find_posteriors(forms);
+  if (p.by_word)
     p.choose_most_probable();
   else
     p.decoder.best_path(p.words, p.preceding.data(), p.chosen);
