@@ -3,6 +3,7 @@
 
 #include <vector>
 
+#include "commands/escape.h"
 #include "support/strings.h"
 
 namespace orvelle {
@@ -25,6 +26,15 @@ conllu_line_t::kind_t kind_of(std::string_view id) {
 }
 
 }  // namespace
+
+std::string conllu_fault(std::string_view text) {
+  const conllu_line_t line = parse_conllu(text);
+  if (line.kind == conllu_line_t::Not_Ten_Columns)
+    return "not a CoNLL-U line of ten columns: " + printable(text);
+  if (line.kind == conllu_line_t::No_Id)
+    return "the first column is no number: '" + printable(line.columns[conllu_line_t::Id]) + "'";
+  return {};
+}
 
 std::string sorted_features(std::string_view features) {
   std::vector<std::string_view> list;

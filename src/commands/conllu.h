@@ -37,6 +37,9 @@ struct conllu_line_t {
 // A line that is not empty, without its line end.
 conllu_line_t parse_conllu(std::string_view line);
 
+// What is wrong with a line; "" for a sound one.
+std::string conllu_fault(std::string_view line);
+
 // What of a token is its tag: XPOS, UPOS, or UPOS with a | and the features behind it.
 enum class tag_column_t { Xpos, Upos, Upos_Feats };
 inline constexpr const char* Tag_Column_Names[] = {"xpos", "upos", "upos+feats"};

@@ -106,8 +106,7 @@ class GoldReader {
  private:
   void take_conllu(std::string_view text, int64_t number) {
     const conllu_line_t line = parse_conllu(text);
-    if (line.kind == conllu_line_t::Not_Ten_Columns || line.kind == conllu_line_t::No_Id)
-      stop_at(name_, number, "not a CoNLL-U line of ten columns, the first a number: " + printable(text));
+    if (const std::string fault = conllu_fault(text); !fault.empty()) stop_at(name_, number, fault);
     if (line.kind != conllu_line_t::Token) return;
     const std::string_view form = line.columns[conllu_line_t::Form],
                            lemma = line.columns[conllu_line_t::Lemma];

@@ -114,8 +114,7 @@ class TextTagger {
     if (!find_word(text, line)) {
       end_text();
       if (line_with_end.ends_with('\n')) line_with_end.remove_suffix(1);
-      stop_at(name_, number,
-              "not a CoNLL-U line of ten columns, the first a number: " + printable(line_with_end));
+      stop_at(name_, number, conllu_fault(text));
     }
     if (!line.is_word && words_ == 0) {  // nothing waits
       out_ += line_with_end;

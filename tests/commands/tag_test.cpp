@@ -185,7 +185,7 @@ TEST_F(TaggingTest, AnyNumberOfJobsGivesTheSame) {
   dir_.write("text", times(2000, conllu_line("1", "the", "_", "_") + "\n") + "x\n\n" +
                          conllu_line("1", "a", "_", "_"));
   const result_t alone = orvelle("tag --conllu par text"), many = orvelle("tag --conllu --jobs 3 par text");
-  EXPECT_EQ(alone.err, "orvelle tag: text:4001: not a CoNLL-U line of ten columns, the first a number: x\n");
+  EXPECT_EQ(alone.err, "orvelle tag: text:4001: not a CoNLL-U line of ten columns: x\n");
   EXPECT_EQ(many.err, alone.err);
   EXPECT_TRUE(alone.out == many.out);
   EXPECT_EQ(count_of(alone.out, "\tthe\tthe\tX\tDT"), 2000);
@@ -258,8 +258,8 @@ TEST_F(TaggingTest, Refuses) {
     int status;
     std::string err;  // a part of it
   } cases[] = {
-      {"tag --conllu par broken", 1, "broken:1: not a CoNLL-U line of ten columns, the first a number: 1\\tthe\\t_"},
-      {"tag --conllu par long", 1, "number: " + std::string(59, 'x') + "\xC3\xA9...\n"},
+      {"tag --conllu par broken", 1, "broken:1: not a CoNLL-U line of ten columns: 1\\tthe\\t_"},
+      {"tag --conllu par long", 1, "columns: " + std::string(59, 'x') + "\xC3\xA9...\n"},
       {"tag --column pos par broken", 2, "--column is one of xpos, upos, upos+feats"},
       {"tag --output lex par lex", 1, "lex is an input and would be overwritten"},
       {"tag --output ./par par lex", 1, "./par is an input and would be overwritten"},
