@@ -64,6 +64,7 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/train_command_line.cpp
   src/commands/train_request.cpp
   src/commands/training_data.cpp
+  src/commands/training_set.cpp
   src/commands/training_texts.cpp
   src/commands/treebank.cpp
   src/commands/treebank_options.cpp

@@ -85,6 +85,13 @@ NewFile::~NewFile() {
   if (!temporary_.empty()) unlink(temporary_.c_str());
 }
 
+File NewFile::stream() const {
+  const int copy = dup(descriptor_);
+  File stream(copy >= 0 ? fdopen(copy, "wb") : nullptr);
+  if (stream == nullptr) stop_here();
+  return stream;
+}
+
 void NewFile::commit() {
   if (!target_.empty() && temporary_.empty()) {
     const std::string unnamed = "/proc/self/fd/" + std::to_string(descriptor_);

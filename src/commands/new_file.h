@@ -5,6 +5,8 @@
 #include <span>
 #include <string>
 
+#include "support/files.h"
+
 namespace orvelle {
 
 // A file that is written beside the one it will replace. What is not committed leaves no trace, and what had the name
@@ -19,6 +21,9 @@ class NewFile {
 
   // To write to; the object's own.
   int descriptor() const { return descriptor_; }
+
+  // A stream to write to, from where the descriptor stands; a Failure if there can be none.
+  File stream() const;
 
   // All is written: closes the file and gives it its name. A failure of either is a Failure.
   void commit();

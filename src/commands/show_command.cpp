@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // orvelle show: what is in a model.
-#include <unistd.h>
-
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,7 +41,7 @@ constexpr option_t Options[] = {
 
 void write_parameter_file_of(const Model& model, const char* name) {
   NewFile file(name);
-  BinaryOutput out(File(fdopen(dup(file.descriptor()), "wb")));
+  BinaryOutput out(file.stream());
   write_parameters(out, ModelAccess::tables(model));
   out.close();
   file.commit();

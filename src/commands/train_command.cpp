@@ -7,7 +7,6 @@
 //   model        trained; with lemma rules, the treebank's own tags for sentence ends, and a card (model_file.h)
 //   measured     on the dev file, or on a tenth that a training without it has not seen
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -24,7 +23,7 @@
 #include "commands/search.h"
 #include "commands/tagger_options.h"
 #include "commands/train_request.h"
-#include "commands/training_data.h"
+#include "commands/training_set.h"
 #include "commands/treebank_options.h"
 #include "model/model_file.h"
 #include "model/parameter_file.h"
@@ -64,40 +63,6 @@ constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},        
 
 constexpr double Held_Out_Share = 0.1;
 constexpr size_t Least_Sentences = 20;  // from which on a tenth of them can tell something
-
-// ---- what is trained on
-
-// The texts of a training, and how its tags stand in the treebank.
-struct training_set_t {
-  training_texts_t texts;
-  treebank_columns_t columns;
-};
-
-// The treebank's tags at sentence ends: the most frequent one, and those of the forms that mostly have another.
-treebank_columns_t columns_of(const Treebank& treebank, const sentences_t& sentences,
-                              const treebank_options_t& options) {
-  treebank_columns_t columns;
-  columns.column = Tag_Column_Names[static_cast<int>(options.tag)];
-  std::map<int, std::map<int, int>> by_form;
-  std::map<int, int> all;
-  const std::string_view sentence_tag = options.sentence_tag;
-  for (const range_t& sentence : sentences)
-    for (size_t i = sentence.first; i < sentence.end; ++i) {
-      const token_t& token = treebank.tokens[i];
-      if (treebank.strings.text(token.tag) != sentence_tag) continue;
-      ++by_form[token.form][token.treebank_tag];
-      ++all[token.treebank_tag];
-    }
-  const auto most_frequent = [&](const std::map<int, int>& counts) {
-    const auto best = std::ranges::max_element(counts, {}, [](const auto& count) { return count.second; });
-    return best != counts.end() ? treebank.strings.text(best->first) : "";
-  };
-  columns.sentence_tag = most_frequent(all);
-  for (const auto& [form, counts] : by_form)
-    if (most_frequent(counts) != columns.sentence_tag)
-      columns.by_form.emplace(treebank.strings.text(form), most_frequent(counts));
-  return columns;
-}
 
 // ---- training and measuring
 
@@ -162,45 +127,47 @@ class Trainer {
   }
 
   void run() {
-    const bool from_files = line_.has("corpus");
-    if (from_files)
+    if (line_.has("corpus"))
       read_files();
     else
       read_treebanks();
-    Treebank dev(dev_options(), remarks_);
-    parts_t parts;
-    if (line_.has("dev")) {
-      read(dev, line_.value("dev", nullptr));
-      dev.close_remarks();
-      parts.test = split(dev, 0.0).training;
-      if (dev.refused > 0 || parts.test.empty()) stop(inputs_.back().name + " can't be measured on");
-      if (std::ranges::count(inputs_, inputs_.back().digest, &input_t::digest) > 1)
-        remarks_.say(inputs_.back().name +
-                     " was trained on as well: what it tells is not what new text would");
-      if (from_files && dev.has_universal_tags) set_.columns = columns_of(dev, parts.test, options_);
-    } else if (!from_files && treebank_.sentence_ends.size() >= Least_Sentences) {
-      parts = split_in_blocks(treebank_, Held_Out_Share);
-    }
-    const bool is_held_out = !line_.has("dev") && !parts.test.empty() && can_be_trained_on(parts.training);
-    if (!is_held_out && !line_.has("dev")) parts = {};
-    const Treebank& measured_on = is_held_out ? treebank_ : dev;
-    if (is_held_out) set_ = make_set(parts.training);
-    const sentences_t training = is_held_out ? parts.training : split(treebank_, 0.0).training;
-    if (!parts.test.empty() && line_.has("tune")) search_settings(measured_on, parts.test, training);
-    Model model = train(training);
-    if (!parts.test.empty()) measure_on(model, measured_on, parts.test, is_held_out);
-    if (is_held_out) {
-      set_ = make_set(split(treebank_, 0.0).training);
-      model = train(split(treebank_, 0.0).training);
-    }
-    write(model);
+    if (line_.has("dev")) return write(train_with_dev());
+    if (!line_.has("corpus")) measure_without_dev();
+    write(train(all_));
   }
 
  private:
-  treebank_options_t& dev_options() {
-    dev_options_ = options_;
-    dev_options_.without_tag = treebank_options_t::Skip;
-    return dev_options_;
+  Model train_with_dev() {
+    treebank_options_t options = options_;
+    options.without_tag = treebank_options_t::Skip;
+    Treebank dev(options, remarks_);
+    read(dev, line_.value("dev", nullptr));
+    dev.close_remarks();
+    const input_t& input = inputs_.back();
+    const sentences_t sentences = split(dev, 0.0).training;
+    if (dev.refused > 0 || sentences.empty()) stop(input.name + " can't be measured on");
+    if (std::ranges::count(inputs_, input.digest, &input_t::digest) > 1)
+      remarks_.say(input.name + " was trained on as well: what it tells is not what new text would");
+    if (line_.has("corpus") && dev.has_universal_tags) set_.columns = columns_of(dev, sentences, options);
+    if (line_.has("tune")) search_settings(dev, sentences, all_);
+    Model model = train(all_);
+    measure_on(model, dev, sentences, file_name(input.name));
+    return model;
+  }
+
+  // By a model of its own, on what was held out of its training.
+  void measure_without_dev() {
+    const parts_t parts = split_in_blocks(treebank_, Held_Out_Share);
+    if (all_.size() < Least_Sentences || !can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
+      return;
+    training_set_t whole = std::exchange(set_, make_set(parts.training));
+    if (line_.has("tune")) search_settings(treebank_, parts.test, parts.training);
+    measure_on(train(parts.training), treebank_, parts.test, "a tenth that was held out");
+    set_ = std::move(whole);
+  }
+
+  training_set_t make_set(const sentences_t& sentences) {
+    return make_training_set(line_, treebank_, sentences, options_);
   }
 
   void read(Treebank& treebank, const char* name) {
@@ -212,11 +179,13 @@ class Trainer {
     for (const char* name : request_.treebanks) read(treebank_, name);
     for (const char* name : line_.values("lexicon")) inputs_.push_back({name, treebank_.read_lexicon(name)});
     treebank_.close_remarks();
+    all_ = split(treebank_, 0.0).training;
     settings_.UTF8_Processing = treebank_.encoding() != encoding_t::Other;
     if (!settings_.UTF8_Processing)
       remarks_.say("not all of the text is UTF-8: it is taken for single bytes");
-    if (!treebank_.tokens.empty() && !can_be_trained_on(split(treebank_, 0.0).training)) take_final_tag();
-    set_ = make_set(split(treebank_, 0.0).training);
+    if (!treebank_.tokens.empty() && !can_be_trained_on(treebank_, all_, options_.sentence_tag))
+      take_final_tag();
+    set_ = make_set(all_);
     if (set_.texts.open_classes.text.empty())
       remarks_.say("no open classes: nothing will be learnt about unknown words (see --open)");
     out_.print("%s in %s\n", counted(static_cast<int64_t>(treebank_.tokens.size()), "word").c_str(),
@@ -269,28 +238,6 @@ class Trainer {
         options_.sentence_tag);
   }
 
-  // Whether the trainer will find the sentence tag in its lexicon.
-  bool can_be_trained_on(const sentences_t& sentences) const {
-    const std::string_view sentence_tag = options_.sentence_tag;
-    return std::ranges::any_of(sentences, [&](const range_t& sentence) {
-      return std::any_of(
-          treebank_.tokens.begin() + static_cast<std::ptrdiff_t>(sentence.first),
-          treebank_.tokens.begin() + static_cast<std::ptrdiff_t>(sentence.end),
-          [&](const token_t& token) { return treebank_.strings.text(token.tag) == sentence_tag; });
-    });
-  }
-
-  training_set_t make_set(const sentences_t& sentences) {
-    const lexicon_entries_t lexicon = make_lexicon(treebank_, sentences);
-    require_soundness(treebank_, lexicon, options_.sentence_tag);
-    const std::vector<const char*> open =
-        choose_open_classes(line_, treebank_, sentences, lexicon, options_.sentence_tag);
-    return {{{"lexicon of the treebank", lexicon_text(treebank_, lexicon)},
-             {"open classes of the treebank", open_class_text(open)},
-             {"corpus of the treebank", corpus_text(treebank_, sentences, "")}},
-            columns_of(treebank_, sentences, options_)};
-  }
-
   Model train(const sentences_t& sentences) {
     ProgressLine progress(remarks_, "training");
     Model model = make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}, {}));
@@ -323,24 +270,15 @@ class Trainer {
         if (i % Second_Look_Folds != fold)
           others.push_back(sentences[i]);
         else
-          held_out.push_back(gold_of(sentences[i]));
-      if (!can_be_trained_on(others)) stop("too few sentences end in a token of --sentence-end");
+          held_out.push_back(gold_of(treebank_, sentences[i]));
+      if (!can_be_trained_on(treebank_, others, options_.sentence_tag))
+        stop("too few sentences end in a token of --sentence-end");
       return unseen_fold_t{make_set(others).texts, std::move(held_out)};
     });
   }
 
-  gold_sentence_t gold_of(const range_t& sentence) const {
-    gold_sentence_t gold;
-    for (size_t i = sentence.first; i < sentence.end; ++i) {
-      gold.forms.push_back(treebank_.strings.text(treebank_.tokens[i].form));
-      gold.tags.push_back(treebank_.strings.text(treebank_.tokens[i].tag));
-    }
-    return gold;
-  }
-
   void measure_on(const Model& model, const Treebank& treebank, const sentences_t& sentences,
-                  bool is_held_out) {
-    const std::string name = is_held_out ? "a tenth that was held out" : file_name(line_.value("dev", ""));
+                  const std::string& name) {
     accuracy_ = summary(measure(model, treebank, sentences)) + " on " + name;
     out_.print("right: %s\n", accuracy_.c_str());
   }
@@ -349,7 +287,7 @@ class Trainer {
     return escaped(std::filesystem::path(path).filename().string());
   }
 
-  void write(Model& model) {
+  void write(Model model) {
     Tables& tables = ModelAccess::tables(model);
     std::vector<card_line_t>& card = tables.extras.card;
     card.insert(card.begin(), {"made by", "orvelle " ORVELLE_VERSION});
@@ -366,7 +304,7 @@ class Trainer {
           {"input", file_name(name) + formatted(" %016llx", static_cast<unsigned long long>(digest))});
     if (!accuracy_.empty()) card.push_back({"right", accuracy_});
 
-    write_model_file(File(fdopen(dup(file_.descriptor()), "wb")), tables.extras.sections(),
+    write_model_file(file_.stream(), tables.extras.sections(),
                      [&](BinaryOutput& to) { write_parameters(to, tables); });
     struct stat status;
     const int64_t size = fstat(file_.descriptor(), &status) == 0 ? status.st_size : 0;
@@ -386,9 +324,10 @@ class Trainer {
   const CommandLine& line_;
   const train_request_t& request_;
   Remarks& remarks_;
-  treebank_options_t options_, dev_options_;
+  treebank_options_t options_;
   Treebank treebank_;
-  NewFile file_;  // the model; made before the work, so that what is in its way is told before
+  sentences_t all_;  // of the treebank
+  NewFile file_;     // the model; made before the work, so that what is in its way is told before
   TextOutput out_;
   Settings settings_;
   training_set_t set_;

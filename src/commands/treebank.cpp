@@ -110,16 +110,14 @@ void Treebank::read_line(std::string_view line) {
 void Treebank::read_conllu(const conllu_line_t& line) {
   const auto& [id, form, lemma, upos, xpos, feats, head, relation, deps, misc] = line.columns;
   switch (line.kind) {
-    case conllu_line_t::Comment:
-      return;
     case conllu_line_t::Not_Ten_Columns:
       return refuse(std::to_string(line.count) + " columns, not 10");
     case conllu_line_t::No_Id:
       return refuse("the first column is no number: '" + printable(id) + "'");
+    case conllu_line_t::Comment:
     case conllu_line_t::Range:
-      return void(++ranges);
     case conllu_line_t::Empty_Node:
-      return void(++empty_nodes);
+      return;
     case conllu_line_t::Token:
       break;
   }
@@ -202,10 +200,7 @@ void Treebank::add_token(std::string_view form_text, std::string_view tag_text, 
   const int tag = !options_.only_last && is_sentence_end(form) ? sentence_tag_ : treebank_tag;
   if (!fits(form, tag)) return;
   const int lemma = clean(lemma_text, nullptr);
-  if (lemma < 0) {
-    ++without_lemma;
-    if (format_ == treebank_options_t::Conllu) repair(Without_Lemma);
-  }
+  if (lemma < 0 && format_ == treebank_options_t::Conllu) repair(Without_Lemma);
   tokens.push_back({form, tag, lemma, treebank_tag, open});
 }
 

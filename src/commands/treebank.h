@@ -53,15 +53,11 @@ class Treebank {
   // Of all that was read.
   encoding_t encoding() const;
 
-  // Remarks something that cannot be written. Lines are those of the file that is being read.
-  void refuse(const std::string& text);
-
   StringTable strings;
   std::vector<token_t> tokens;
   std::vector<size_t> sentence_ends;  // index behind a sentence's last token
   std::vector<token_t> entries;       // form, tag and lemma of an extra lexicon
-  int64_t ranges = 0, empty_nodes = 0, without_lemma = 0;
-  int64_t refused = 0;  // lines; if there is one, nothing should be written
+  int64_t refused = 0;                // lines; if there is one, nothing should be written
   bool has_universal_tags = false;
 
  private:
@@ -77,6 +73,8 @@ class Treebank {
   };
 
   void repair(repair_t kind);
+  // Remarks something that cannot be written.
+  void refuse(const std::string& text);
   std::string_view bare(std::string_view line);
   void read_line(std::string_view line);
   void read_conllu(const conllu_line_t& line);
