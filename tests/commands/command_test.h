@@ -84,6 +84,29 @@ class CommandTest : public testing::Test {
     return {status, read_file(dir_.path(".out")), read_file(dir_.path(".err"))};
   }
 
+  // A command line, its status, and what it says on standard error: all of it, or a part.
+  struct outcome_t {
+    std::string line;
+    int status;
+    std::string err;
+  };
+  // Each says exactly that, and nothing on standard output.
+  void expect_exactly(const std::vector<outcome_t>& cases) {
+    for (const auto& [line, status, err] : cases) {
+      const result_t result = orvelle(line);
+      EXPECT_EQ(result.status, status) << line;
+      EXPECT_EQ(result.err, err) << line;
+      EXPECT_EQ(result.out, "") << line;
+    }
+  }
+  void expect_in_part(const std::vector<outcome_t>& cases) {
+    for (const auto& [line, status, err] : cases) {
+      const result_t result = orvelle(line);
+      EXPECT_EQ(result.status, status) << line << result.err;
+      EXPECT_NE(result.err.find(err), std::string::npos) << line << "\n" << result.err;
+    }
+  }
+
   // Trains on the files lex, open and corpus; the parameter file is par. Returns the text of the error, if there is one.
   std::string train(const std::string& options = "") {
     Arguments arguments(options + " lex open corpus par");

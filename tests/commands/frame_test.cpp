@@ -8,36 +8,27 @@ namespace {
 using FrameTest = CommandTest;
 
 TEST_F(FrameTest, CommandLinesAreReadAsTheirCommandTakesThem) {
-  const struct {
-    const char* arguments;
-    int status;
-    const char* err;  // all of it, but for the command's name before it
-  } cases[] = {
-      {"check", 2, "check: which file?\n"},
-      {"check a b", 2, "check: too few file names\n"},
-      {"show a b", 2, "show: one file name too many: b\n"},
-      {"show --bets 3 a", 2, "show: no such option: --bets\n"},
-      {"show -all a", 2, "show: no such option: -all\n"},
-      {"show --all=yes a", 2, "show: --all takes no value\n"},
-      {"show a --word", 2, "show: --word lacks its FORM\n"},
-      {"show --best 3x a", 2, "show: --best takes a whole number from 0 to 1000000000, not '3x'\n"},
+  expect_exactly({
+      {"check", 2, "orvelle check: which file?\n"},
+      {"check a b", 2, "orvelle check: too few file names\n"},
+      {"show a b", 2, "orvelle show: one file name too many: b\n"},
+      {"show --bets 3 a", 2, "orvelle show: no such option: --bets\n"},
+      {"show -all a", 2, "orvelle show: no such option: -all\n"},
+      {"show --all=yes a", 2, "orvelle show: --all takes no value\n"},
+      {"show a --word", 2, "orvelle show: --word lacks its FORM\n"},
+      {"show --best 3x a", 2, "orvelle show: --best takes a whole number from 0 to 1000000000, not '3x'\n"},
       {"show --best 1000000001 a", 2,
-       "show: --best takes a whole number from 0 to 1000000000, not '1000000001'\n"},
-      {"prepare --held-out nan", 2, "prepare: --held-out takes a number from 0 to 0.9, not 'nan'\n"},
-      {"prepare --held-out 0.91", 2, "prepare: --held-out takes a number from 0 to 0.9, not '0.91'\n"},
-      {"prepare --tag pos", 2, "prepare: --tag is one of xpos, upos, upos+feats, not 'pos'\n"},
-      {"prepare --sentence-tag 'A B'", 2, "prepare: --sentence-tag is one word\n"},
-      {"tag --jobs 0 a", 2, "tag: --jobs takes a whole number from 1 to 1024, not '0'\n"},
-      {"tune --folds 1 a b c", 2, "tune: --folds takes a whole number from 2 to 100, not '1'\n"},
-      {"show --no-file -- --all", 2, "show: no such option: --no-file\n"},
-      {"check --all a b c", 1, "check: can't open a: No such file or directory\n"},
-  };
-  for (const auto& c : cases) {
-    const result_t result = orvelle(c.arguments);
-    EXPECT_EQ(result.status, c.status) << c.arguments;
-    EXPECT_EQ(result.err, std::string("orvelle ") + c.err) << c.arguments;
-    EXPECT_EQ(result.out, "") << c.arguments;
-  }
+       "orvelle show: --best takes a whole number from 0 to 1000000000, not '1000000001'\n"},
+      {"prepare --held-out nan", 2, "orvelle prepare: --held-out takes a number from 0 to 0.9, not 'nan'\n"},
+      {"prepare --held-out 0.91", 2,
+       "orvelle prepare: --held-out takes a number from 0 to 0.9, not '0.91'\n"},
+      {"prepare --tag pos", 2, "orvelle prepare: --tag is one of xpos, upos, upos+feats, not 'pos'\n"},
+      {"prepare --sentence-tag 'A B'", 2, "orvelle prepare: --sentence-tag is one word\n"},
+      {"tag --jobs 0 a", 2, "orvelle tag: --jobs takes a whole number from 1 to 1024, not '0'\n"},
+      {"tune --folds 1 a b c", 2, "orvelle tune: --folds takes a whole number from 2 to 100, not '1'\n"},
+      {"show --no-file -- --all", 2, "orvelle show: no such option: --no-file\n"},
+      {"check --all a b c", 1, "orvelle check: can't open a: No such file or directory\n"},
+  });
   EXPECT_EQ(orvelle("show -- --all").err, "orvelle show: can't open --all: No such file or directory\n");
 }
 

@@ -111,27 +111,17 @@ TEST_F(ShowTest, RefusesWhatItCannotShow) {
   dir_.write("cut", read_file(dir_.path("par")).substr(0, 200));
   dir_.write("empty", "");
   dir_.write("zeros", std::string(10000, '\0'));
-  const struct {
-    const char* arguments;
-    int status;
-    const char* err;
-  } cases[] = {
-      {"missing", 1, "orvelle show: can't open missing: No such file or directory\n"},
-      {"empty", 1, "orvelle show: empty: it is cut short, or no model\n"},
-      {"zeros", 1, "orvelle show: zeros: it is no model\n"},
-      {"lex", 1, "orvelle show: lex: it is no model\n"},
-      {"--context 'DT' par", 2, "orvelle show: the tree looks at 2 preceding tags, --context gives 1\n"},
-      {"--context 'DT XX' par", 2, "orvelle show: no such tag in the file: XX\n"},
-      {"cut", 1, "orvelle show: cut: it is cut short, or no model\n"},
-      {".", 1, "orvelle show: .: it can't be read\n"},
-      {"--card par", 1, "orvelle show: a plain parameter file has no card\n"},
-  };
-  for (const auto& c : cases) {
-    const result_t result = orvelle(std::string("show ") + c.arguments);
-    EXPECT_EQ(result.status, c.status) << c.arguments;
-    EXPECT_EQ(result.err, c.err) << c.arguments;
-    EXPECT_EQ(result.out, "") << c.arguments;
-  }
+  expect_exactly({
+      {"show missing", 1, "orvelle show: can't open missing: No such file or directory\n"},
+      {"show empty", 1, "orvelle show: empty: it is cut short, or no model\n"},
+      {"show zeros", 1, "orvelle show: zeros: it is no model\n"},
+      {"show lex", 1, "orvelle show: lex: it is no model\n"},
+      {"show --context 'DT' par", 2, "orvelle show: the tree looks at 2 preceding tags, --context gives 1\n"},
+      {"show --context 'DT XX' par", 2, "orvelle show: no such tag in the file: XX\n"},
+      {"show cut", 1, "orvelle show: cut: it is cut short, or no model\n"},
+      {"show .", 1, "orvelle show: .: it can't be read\n"},
+      {"show --card par", 1, "orvelle show: a plain parameter file has no card\n"},
+  });
 }
 
 }  // namespace

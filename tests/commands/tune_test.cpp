@@ -172,24 +172,14 @@ TEST_F(TuneTest, Refuses) {
   dir_.write("lex", "the\tDT the\n.\tSENT .\n"), dir_.write("open", "DT"),
       dir_.write("corpus", "the\tDT\n.\tSENT\n");
   dir_.write("tagless", "the\tDT\nwalk\n");
-  const struct {
-    const char* line;
-    int status;
-    const char* err;
-  } cases[] = {
+  expect_exactly({
       {"tune lex open tagless", 1, "orvelle tune: tagless:2: no TAB and tag behind the word: walk\n"},
       {"tune --folds 100 lex open corpus", 1,
        "orvelle tune: corpus has 1 sentences, too few for 100 folds\n"},
       {"tune tagless open corpus", 1, "orvelle tune: tagless:2: no tag for the word form 'walk'\n"},
       {"tune lex none corpus", 1, "orvelle tune: can't open none: No such file or directory\n"},
       {"tune - open -", 2, "orvelle tune: only one file can be standard input\n"},
-  };
-  for (const auto& c : cases) {
-    const result_t result = orvelle(c.line);
-    EXPECT_EQ(result.status, c.status) << c.line;
-    EXPECT_EQ(result.err, c.err) << c.line;
-    EXPECT_EQ(result.out, "") << c.line;
-  }
+  });
 }
 
 }  // namespace
