@@ -34,6 +34,7 @@ target_link_libraries(train-orvelle PRIVATE orvelle_training)
 # The subcommands of orvelle, and all that is theirs.
 find_package(Threads REQUIRED)
 add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
+  src/commands/added_lexicon.cpp
   src/commands/check/findings.cpp
   src/commands/check/report.cpp
   src/commands/check_command.cpp

@@ -55,8 +55,8 @@ class ORVELLE_API Model {
   // ---- lemmas: numbers from 0 to Number_of_Lemmas() - 1, in byte order
 
   int Number_of_Lemmas() const noexcept;
-  const char* Lemma(int number) const noexcept;
-  int lemma_number(const char* lemma) const;  // an Error for a string that is no lemma
+  const char* Lemma(int number) const noexcept;  // also of a candidate's lemma that only add_reading gave
+  int lemma_number(const char* lemma) const;     // an Error for a string that is no lemma
 
   // The lemma that goes with tag `k` of an entry; "" where the entry is a word class and has none.
   const char* lemma(const entry_t& entry, int k) const noexcept;
@@ -127,6 +127,12 @@ class ORVELLE_API Model {
   // the model meanwhile, and no tagger was made of it before. What was looked up in earlier word classes is no longer
   // valid.
   void read_wordclass(FILE* file, const Warn& warn = warn_on_standard_error);
+
+  // Adds a tag and a lemma to those that taggers think of for a word form. A word form of the lexicon that the training
+  // met often keeps what it has; for any other the tags that were added are ranked by what a guess gives them. Lookups do
+  // not see them. A tag that was added before keeps its lemma. Requires: `tag` is the number of a tag, nobody else uses the
+  // model meanwhile, and no tagger was made of it before.
+  void add_reading(std::string_view word, int tag, std::string_view lemma);
 
   const Automaton* WA() const noexcept;                         // null without word classes
   std::span<const entry_t> Wordclass_Lexicon() const noexcept;  // by class number

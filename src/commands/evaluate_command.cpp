@@ -251,7 +251,7 @@ int evaluate_command(const CommandLine& line, Remarks& remarks) {
   const size_t jobs = jobs_option(line, 1);
   const int64_t tags = line.integer("tags", 20, 0, INT64_MAX);
   const int64_t confusions = line.integer("confusions", 10, 0, INT64_MAX);
-  const Model model = load_tagging_model(line);
+  const Model model = load_tagging_model(line, remarks);
   const tagger_options_t options = tagger_options(line);
   require_other_file("-", tagger_inputs(line));
   TextInput in(text_name(line));

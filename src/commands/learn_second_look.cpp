@@ -6,13 +6,12 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
-#include <numeric>
+#include <memory>
 #include <random>
 #include <utility>
 
 #include "model/tables.h"
-#include "support/string_table.h"
-#include "tagger/second_look.h"
+#include "tagger/first_pass.h"
 #include "training/train.h"
 
 namespace orvelle {
@@ -26,7 +25,7 @@ constexpr size_t Least_Temperature = 12;  // sixteenths
 constexpr double Least_Probability = 1e-6;
 constexpr size_t Judged_Share = 8;  // one word in so many is enough
 constexpr size_t Cells_a_Word = 4;
-constexpr size_t Least_Cells = 1 << 12, Most_Cells = 1 << 21;
+constexpr size_t Least_Cells = 1 << 12, Most_Cells = 1 << 22;
 
 }  // namespace
 
@@ -35,83 +34,99 @@ SecondLookLearner::SecondLookLearner(size_t words, bool splits_tags)
       splits_tags_(splits_tags),
       cells_(size_t{1} << bits_) {}
 
-// Where the right tag is not left open, there is nothing to be learned but how sure one may be.
 void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_t> sentences) {
-  tagger_options_t options;
-  options.choice = tagger_options_t::Choice::Word;
-  options.warn = {};
-  Tagger tagger(model, options);
-  SecondLookView view(ModelAccess::tables(model), splits_tags_);
-  std::vector<Candidates::word_t> words;
-  StringTable forms;
-  std::vector<double> posteriors, open_posteriors;
+  const Tables& tables = ModelAccess::tables(model);
+  FirstPass first(tables, std::make_shared<const RareWords>(tables, Warn()),
+                  {Candidates::Width::Wide, false, {}}, tagger_options_t().beam);
+  SecondLookView view(tables, splits_tags_);
+  std::vector<double> posteriors;
+  std::vector<int32_t> gold;
   for (const gold_sentence_t& sentence : sentences) {
-    tagger.tag(sentence.forms, true);
-    words.clear();
+    if (first.find(sentence.forms)) view.forget();
     posteriors.clear();
-    for (size_t i = 0; i < sentence.forms.size(); ++i) {
-      words.push_back({tagger.candidates(i), forms.number(sentence.forms[i])});
-      const std::span<const double> p = tagger.posteriors(i);
-      posteriors.insert(posteriors.end(), p.begin(), p.end());
-    }
-    view.see(sentence.forms, words, posteriors);
-    double* of_word = posteriors.data();
-    for (size_t i = 0; i < words.size(); of_word += words[i++].candidates.size()) {
-      const int32_t gold = model.find_tag(sentence.tags[i]);
-      const candidates_t candidates = words[i].candidates;
-      const auto right = std::find_if(candidates.begin(), candidates.end(),
-                                      [gold](const candidate_t& candidate) { return candidate.tag == gold; });
-      if (right == candidates.end()) continue;
-      const auto gold_place = static_cast<size_t>(right - candidates.begin());
-      const std::span<const uint16_t> open = view.open_candidates(i);
-      const auto open_place =
-          static_cast<size_t>(std::find(open.begin(), open.end(), gold_place) - open.begin());
-      if (open.size() > 1) {
-        const std::span<const uint32_t> features = view.features(i);
-        const auto parts = view.parts(candidates, open);
-        open_posteriors.clear();
-        for (const uint16_t k : open) open_posteriors.push_back(of_word[k]);
-        find_scores(features, parts, open_posteriors);
-        if (open_place < open.size()) learn_word(features, parts, open_place);
-        const double left = std::accumulate(open_posteriors.begin(), open_posteriors.end(), 0.0);
-        for (size_t k = 0; k < open.size(); ++k) of_word[open[k]] = left * scores_[k];
-      }
-      if (++seen_ % Judged_Share == 0) judge({of_word, candidates.size()}, gold_place);
-    }
-    tagger.end_sentence();
+    first.posteriors(posteriors);
+    view.see(sentence.forms, first.words(), posteriors);
+    gold.clear();
+    for (const std::string_view tag : sentence.tags) gold.push_back(model.find_tag(tag));
+    learn_sentence(view, first.words(), gold, posteriors);
     view.end_sentence();
   }
 }
 
-// The probabilities of the open tags by the weights so far.
-void SecondLookLearner::find_scores(std::span<const uint32_t> features,
-                                    std::span<const std::vector<uint32_t>> parts,
-                                    std::span<const double> probabilities) {
+// In two rounds, as a text is tagged; the second one learns. Where the right tag is not left open, there is nothing to be
+// learned but how sure one may be.
+void SecondLookLearner::learn_sentence(SecondLookView& view, std::span<const Candidates::word_t> words,
+                                       std::span<const int32_t> gold, std::span<double> posteriors) {
+  for (const bool learns : {false, true}) {
+    double* of_word = posteriors.data();
+    for (size_t i = 0; i < words.size(); of_word += words[i++].candidates.size()) {
+      const open_word_t word = look_at(view, i, words[i], of_word);
+      if (!learns) continue;
+      const candidates_t candidates = words[i].candidates;
+      const auto right = std::ranges::find(candidates, gold[i], &candidate_t::tag);
+      if (right == candidates.end()) continue;
+      const auto place = static_cast<size_t>(right - candidates.begin());
+      const auto open_place = static_cast<size_t>(std::ranges::find(word.open, place) - word.open.begin());
+      if (word.open.size() > 1) {
+        if (open_place < word.open.size()) learn_word(word, open_place);
+        double left = 0.0;
+        for (const uint16_t k : word.open) left += of_word[k];
+        for (size_t k = 0; k < word.open.size(); ++k) of_word[word.open[k]] = left * scores_[k];
+      }
+      if (++seen_ % Judged_Share == 0) judge({of_word, candidates.size()}, place);
+    }
+  }
+}
+
+// Finds the probabilities of the open tags by the weights so far, and takes the best.
+SecondLookLearner::open_word_t SecondLookLearner::look_at(SecondLookView& view, size_t word,
+                                                          const Candidates::word_t& found,
+                                                          const double* posteriors) {
+  const std::span<const uint16_t> open = view.open_candidates(word);
+  if (open.size() < 2) return {open, {}, {}};
+  const open_word_t result{open, view.features(word), view.parts(found, open)};
+  for (const std::vector<uint32_t>& of_tag : result.parts)
+    for (const uint32_t part : of_tag)
+      for (const uint32_t f : result.features) __builtin_prefetch(&cells_[place_of(f, part, bits_)], 1);
   scores_.clear();
-  for (size_t i = 0; i < parts.size(); ++i) {
-    double score = std::log(probabilities[i]);
-    for (const uint32_t part : parts[i])
-      for (const uint32_t f : features) score += cells_[place_of(f, part, bits_)].weight;
+  logarithms_.clear();
+  for (size_t i = 0; i < open.size(); ++i) {
+    logarithms_.push_back(std::log(posteriors[open[i]]));
+    double score = scale_ * logarithms_.back();
+    for (const uint32_t part : result.parts[i])
+      for (const uint32_t f : result.features) score += cells_[place_of(f, part, bits_)].weight;
     scores_.push_back(score);
   }
-  const double largest = *std::max_element(scores_.begin(), scores_.end());
+  const auto best = std::ranges::max_element(scores_);
+  const double largest = *best;
+  view.take(word, found.candidates[open[static_cast<size_t>(best - scores_.begin())]]);
   double total = 0.0;
   for (double& score : scores_) total += score = std::exp(score - largest);
   for (double& score : scores_) score /= total;
+  return result;
 }
 
-void SecondLookLearner::learn_word(std::span<const uint32_t> features,
-                                   std::span<const std::vector<uint32_t>> parts, size_t gold) {
-  for (size_t i = 0; i < parts.size(); ++i) {
+// A tag of many parts would move as many times as far: the step is divided among them.
+void SecondLookLearner::learn_word(const open_word_t& word, size_t gold) {
+  for (size_t i = 0; i < word.parts.size(); ++i) {
     const double gradient = scores_[i] - (i == gold ? 1.0 : 0.0);
     if (std::abs(gradient) < Least_Gradient) continue;
-    for (const uint32_t part : parts[i])
-      for (const uint32_t f : features) {
+    const double step = Rate * gradient / static_cast<double>(word.parts[i].size());
+    for (const uint32_t part : word.parts[i])
+      for (const uint32_t f : word.features) {
         cell_t& cell = cells_[place_of(f, part, bits_)];
         cell.squares += static_cast<float>(gradient * gradient);
-        cell.weight -= static_cast<float>(Rate * gradient / std::sqrt(cell.squares + Least_Square));
+        cell.weight -= static_cast<float>(step / std::sqrt(cell.squares + Least_Square));
       }
   }
+  learn_scale(gold);
+}
+
+void SecondLookLearner::learn_scale(size_t gold) {
+  double gradient = -logarithms_[gold];
+  for (size_t i = 0; i < scores_.size(); ++i) gradient += scores_[i] * logarithms_[i];
+  scale_squares_ += gradient * gradient;
+  scale_ -= Rate * gradient / std::sqrt(scale_squares_);
 }
 
 // How surprised each temperature is; the word was not learned when its probabilities were found, so they are honest.
@@ -126,6 +141,8 @@ void SecondLookLearner::judge(std::span<const double> probabilities, size_t gold
 second_look_weights_t SecondLookLearner::weights() const {
   second_look_weights_t result;
   result.splits_tags = splits_tags_;
+  result.scale =
+      static_cast<uint8_t>(std::clamp(std::round(scale_ / second_look_weights_t::Step), 0.0, 255.0));
   const auto best = std::min_element(losses_.begin(), losses_.end()) - losses_.begin();
   result.temperature = static_cast<uint8_t>(Least_Temperature + static_cast<size_t>(best));
   for (const cell_t& cell : cells_) {

@@ -12,6 +12,7 @@
 
 #include "commands/training_texts.h"
 #include "model/second_look_weights.h"
+#include "tagger/second_look.h"
 #include "training/settings.h"
 
 namespace orvelle {
@@ -39,15 +40,27 @@ class SecondLookLearner {
     float squares = 0.0f;  // sum of the squares of its gradients
   };
 
-  void learn_word(std::span<const uint32_t> features, std::span<const std::vector<uint32_t>> parts,
-                  size_t gold);
-  void find_scores(std::span<const uint32_t> features, std::span<const std::vector<uint32_t>> parts,
-                   std::span<const double> probabilities);
+  // A word whose tag is open, as a model sees it.
+  struct open_word_t {
+    std::span<const uint16_t> open;  // places of the candidates
+    std::span<const uint32_t> features;
+    std::span<const std::vector<uint32_t>> parts;
+  };
+
+  void learn_sentence(SecondLookView& view, std::span<const Candidates::word_t> words,
+                      std::span<const int32_t> gold, std::span<double> posteriors);
+  open_word_t look_at(SecondLookView& view, size_t word, const Candidates::word_t& found,
+                      const double* posteriors);
+  void learn_word(const open_word_t& word, size_t gold);
+  void learn_scale(size_t gold);
   void judge(std::span<const double> probabilities, size_t gold);
 
   int bits_;
   bool splits_tags_;
   std::vector<cell_t> cells_;
+  double scale_ = 1.0;                         // of the logarithms of the first pass
+  double scale_squares_ = 1.0;                 // as in a cell
+  std::vector<double> logarithms_;             // of the open tags
   std::vector<double> scores_;                 // of the open tags: their probabilities
   std::array<double, Temperatures> losses_{};  // by temperature, from the least on
   std::vector<double> tempered_;

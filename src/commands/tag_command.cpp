@@ -306,7 +306,7 @@ class TextTagger {
 int tag_command(const CommandLine& line, Remarks& remarks) {
   settings_t settings = settings_of(line);
   const size_t jobs = jobs_option(line, 1);
-  const Model model = load_tagging_model(line);
+  const Model model = load_tagging_model(line, remarks);
   settings.tagger = tagger_options(line);
   settings.tagger.strips_markup = settings.markup;
   TextInput in(text_name(line));

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "commands/added_lexicon.h"
 #include "support/errors.h"
 #include "support/files.h"
 
@@ -32,6 +33,7 @@ const char* path_of(const char* name) { return std::strcmp(name, "-") == 0 ? "/d
 std::vector<const char*> tagger_inputs(const CommandLine& line) {
   std::vector<const char*> inputs = {line.operands()[0], text_name(line)};
   if (const char* const transducer = line.value("wordclass", nullptr)) inputs.push_back(transducer);
+  for (const char* const lexicon : line.values("lexicon")) inputs.push_back(lexicon);
   return inputs;
 }
 
@@ -59,10 +61,11 @@ Model load_model(const char* name) {
   }
 }
 
-Model load_tagging_model(const CommandLine& line) {
+Model load_tagging_model(const CommandLine& line, Remarks& remarks) {
   if (std::ranges::count(tagger_inputs(line), std::string_view("-")) > 1)
     misuse("only one file can be standard input");
   Model model = load_model(line.operands()[0]);
+  for (const char* const lexicon : line.values("lexicon")) add_lexicon(model, lexicon, remarks);
   const char* const name = line.value("wordclass", nullptr);
   if (name == nullptr) return model;
   const File file(std::fopen(path_of(name), "r"));

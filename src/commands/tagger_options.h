@@ -15,9 +15,11 @@
 namespace orvelle {
 
 inline constexpr option_t Tagger_Options[] = {
-    {"wordclass", "FILE"}, {"decode", "WHAT"}, {"beam", "N"}, {"jobs", "N"}};
+    {"lexicon", "FILE"}, {"wordclass", "FILE"}, {"decode", "WHAT"}, {"beam", "N"}, {"jobs", "N"}};
 inline constexpr option_group_t Tagger_Group = {
     Tagger_Options,
+    "  --lexicon FILE      more entries, in the trainer's format; may be repeated. They count\n"
+    "                      for words that the training never or seldom met\n"
     "  --wordclass FILE    a word-class transducer for words that the lexicon lacks\n"
     "  --decode WHAT       path: the most probable sequence of tags; word: the most probable\n"
     "                      tag of each word, a little slower and more often right (word for\n"
@@ -35,8 +37,8 @@ const char* path_of(const char* name);
 
 // Loads a model file or a parameter file; one that is neither, or damaged, is a Failure that names it.
 Model load_model(const char* name);
-// Loads the first operand, and the transducer if one is given.
-Model load_tagging_model(const CommandLine& line);
+// Loads the first operand, and the lexicons and the transducer that are given.
+Model load_tagging_model(const CommandLine& line, Remarks& remarks);
 // All files that the command reads.
 std::vector<const char*> tagger_inputs(const CommandLine& line);
 

@@ -91,6 +91,12 @@ void Model::read_wordclass(FILE* file, const Warn& warn) {
   tables_->word_classes = std::move(made);
 }
 
+void Model::add_reading(std::string_view word, int tag, std::string_view lemma) {
+  const int known = tables_->fullex.lemmas.find_lemma(lemma);
+  const int number = known >= 0 ? known : Number_of_Lemmas() + tables_->added.add_lemma(lemma);
+  tables_->added.add(word, {tag, number});
+}
+
 const Automaton* Model::WA() const noexcept {
   return tables_->word_classes ? &tables_->word_classes->WA : nullptr;
 }

@@ -11,7 +11,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr uint32_t Version = 1;
+constexpr uint32_t Version = 2;
 constexpr size_t Name_Size = 8;  // bytes
 constexpr uint32_t Most_Sections = 64;
 

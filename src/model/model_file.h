@@ -4,7 +4,7 @@
 //
 //   order  content                                          size
 //     1    "ORVMODEL"                                       8
-//     2    version of the format, 1                         4
+//     2    version of the format, 2                         4
 //     3    number of sections                               4
 //     4    each section: its name, filled up with NULs      8
 //                        the length of its content          8

@@ -13,6 +13,7 @@
 
 #include "affix/affix_lexicons.h"
 #include "context/context_tree.h"
+#include "lexicon/added_readings.h"
 #include "lexicon/fullex.h"
 #include "model/extras.h"
 #include "wordclass/wordclass.h"
@@ -25,6 +26,7 @@ struct Tables {
   AffixLexicons affixes;
   context_tree_t Context_Tree;
   std::optional<WordClasses> word_classes;  // made from this lexicon; not part of the file
+  AddedReadings added;                      // not part of the file
 
   model_extras_t extras;
 
@@ -33,7 +35,11 @@ struct Tables {
   const entry_t* fullform_lookup2(const char* word, int strip) const;
 
   const char* tag_name(int tag) const { return fullex.tagset.Tag[static_cast<size_t>(tag)]; }
-  const char* lemma(int number) const { return fullex.lemmas.Lemma[static_cast<size_t>(number)]; }
+  // Those of added readings lie behind the model's own.
+  const char* lemma(int number) const {
+    const int own = fullex.lemmas.Number_of_Lemmas;
+    return number < own ? fullex.lemmas.Lemma[static_cast<size_t>(number)] : added.lemma(number - own);
+  }
 };
 
 // The way from a model to its tables and back.

@@ -14,19 +14,22 @@ namespace orvelle {
 namespace {
 
 // Chosen on held-out parts of the training texts; see docs/tagging.md.
-constexpr int Trusted_Frequency = 20;       // an entry seen more often is taken as it stands
-constexpr double Guess_Weight = 0.2;        // tokens that a guess counts for beside those of a rare entry
+struct width_t {
+  int trusted_frequency;  // an entry seen more often is taken as it stands
+  double guess_weight;    // tokens that a guess counts for beside those of a rare entry
+};
+constexpr width_t Narrow = {20, 0.2}, Wide = {100, 0.5};
 constexpr double Small_Letter_Share = 0.9;  // of the small form's entry, for a capitalised form without one
 constexpr double Least_Ratio = 1e-3;        // of a tag's probability to that of the most probable tag
+constexpr double Unlisted_Share = 0.05;  // of all tags, for a word form that only lists of tags are known of
+constexpr double Least_Rank = 1e-3;      // of a listed tag, beside what the guess gives it
 
 }  // namespace
 
-Candidates::Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup,
-                       Warn warn)
+Candidates::Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, options_t options)
     : tables_(tables),
-      strips_markup_(strips_markup),
-      warn_(warn),
-      guesser_(tables, std::move(rare_words), std::move(warn)),
+      options_(std::move(options)),
+      guesser_(tables, std::move(rare_words), options_.warn),
       known_(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)),
       probability_(tables.fullex.A_Priori_Tag_Prob_Fac.size(), 0.0),
       lemma_(probability_.size(), No_Lemma) {}
@@ -65,21 +68,38 @@ void Candidates::find(std::span<const std::string_view> forms, std::vector<word_
 Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
   if (entry != nullptr) {
     const int number = tables_.fullex.lexicon.index_of(*entry);
-    std::vector<candidate_t>& known = known_[static_cast<size_t>(number)];
-    if (known.empty()) {
-      choose_known(entry->word, *entry);
-      known = take_choice();
+    choice_t& known = known_[static_cast<size_t>(number)];
+    if (known.candidates.empty()) {
+      const readings_t added = tables_.added.find(form);
+      choose_known(entry->word, *entry->data, added);
+      known.candidates = take_choice();
+      known.listed = listed_of(known, entry->data, added);
     }
-    return {known, number};
+    return {known.candidates, number, known.listed};
   }
   auto place = unknown_.find(form);
   if (place == unknown_.end()) {
     choose_unknown(std::string(form).c_str());
+    choice_t choice{take_choice()};
+    choice.listed = listed_of(choice, nullptr, tables_.added.find(form));
     const auto number = static_cast<int32_t>(known_.size() + unknown_.size());
-    place = unknown_.emplace(form, unknown_t{take_choice(), number}).first;
-    remembered_ += form.size() + place->second.candidates.size() * sizeof(candidate_t) + 128;
+    remembered_ += form.size() + choice.candidates.size() * sizeof(candidate_t) + 128;
+    place = unknown_.emplace(form, unknown_t{std::move(choice), number}).first;
   }
-  return {place->second.candidates, place->second.number};
+  return {place->second.choice.candidates, place->second.number, place->second.choice.listed};
+}
+
+uint16_t Candidates::listed_of(const choice_t& choice, const entrydata_t* data, readings_t added) const {
+  if (data == nullptr && added.empty()) return All_Listed;
+  uint16_t listed = 0;
+  for (size_t k = 0; k < choice.candidates.size(); ++k) {
+    const int32_t tag = choice.candidates[k].tag;
+    const bool is_listed =
+        (data != nullptr && std::find(data->tag, data->tag + data->n, tag) != data->tag + data->n) ||
+        std::ranges::find(added, tag, &AddedReadings::reading_t::tag) != added.end();
+    listed = static_cast<uint16_t>(listed | is_listed << k);
+  }
+  return listed;
 }
 
 bool Candidates::trim() {
@@ -94,17 +114,27 @@ void Candidates::begin_choice() {
   std::fill(lemma_.begin(), lemma_.end(), No_Lemma);
 }
 
-void Candidates::choose_known(const char* word, const entry_t& entry) {
+void Candidates::choose_known(const char* word, const entrydata_t& data, readings_t added) {
   begin_choice();
-  const entrydata_t& data = *entry.data;
-  if (data.freq < 1 || data.freq > Trusted_Frequency) {
-    add_listed(data, 1.0);
-    return;
+  const bool is_wide = options_.width == Width::Wide;
+  const auto [trusted_frequency, guess_weight] = is_wide ? Wide : Narrow;
+  if (data.freq > trusted_frequency) return add_listed(data, 1.0);
+  if (data.freq < 1) {
+    if (!is_wide && added.empty()) return add_listed(data, 1.0);
+    add_ranked(word, &data, added, 1.0);
+    return add_main_lemma(data);
   }
-  const double share = data.freq / (data.freq + Guess_Weight);
+  const double share = data.freq / (data.freq + guess_weight);
   add_listed(data, share);
-  add_guess(word, &data, 1.0 - share);
-  // A tag that the entry does not list goes with the lemma of the one it has most often.
+  if (added.empty())
+    add_guess(word, &data, 1.0 - share);
+  else
+    add_ranked(word, &data, added, 1.0 - share);
+  add_main_lemma(data);
+}
+
+// A tag that the entry does not list goes with the lemma of the one it has most often.
+void Candidates::add_main_lemma(const entrydata_t& data) {
   if (data.n == 0) return;
   const int32_t lemma = data.lemma[std::max_element(data.prob, data.prob + data.n) - data.prob];
   for (int32_t& l : lemma_)
@@ -113,18 +143,49 @@ void Candidates::choose_known(const char* word, const entry_t& entry) {
 
 void Candidates::choose_unknown(const char* word) {
   begin_choice();
-  if (const entrydata_t* const data = stand_in(word, strips_markup_)) {
-    add_listed(*data, 1.0);
-    return;
-  }
-  const std::optional<std::string> stripped = strip_xml(word, strips_markup_);
-  if (stripped) word = stripped->c_str();
+  if (const readings_t added = tables_.added.find(word); !added.empty())
+    return add_ranked(word, nullptr, added, 1.0);
+  if (const entrydata_t* const data = stand_in(word, options_.strips_markup)) return add_listed(*data, 1.0);
+  const std::optional<std::string> stripped = strip_xml(word, options_.strips_markup);
+  choose_unseen(stripped ? stripped->c_str() : word);
+}
+
+// By the form in small letters, if it is one of those that the lexicon lists, and by a guess.
+void Candidates::choose_unseen(const char* word) {
   const bool utf8 = tables_.UTF8_Processing;
-  const entry_t* const small = *word != '\0' && is_upper(word, utf8, warn_)
-                                   ? tables_.fullex.lexicon.find_entry(all_to_lower(word, utf8, warn_))
-                                   : nullptr;
-  if (small != nullptr) add_listed(*small->data, Small_Letter_Share);
-  add_guess(word, nullptr, small != nullptr ? 1.0 - Small_Letter_Share : 1.0);
+  double left = 1.0;
+  if (*word != '\0' && is_upper(word, utf8, options_.warn)) {
+    const std::string small = all_to_lower(word, utf8, options_.warn);
+    const entry_t* const entry = tables_.fullex.lexicon.find_entry(small);
+    const readings_t added = tables_.added.find(small);
+    if (entry != nullptr || !added.empty()) left -= Small_Letter_Share;
+    const bool is_counted = entry != nullptr && (entry->data->freq > 0 || options_.width == Width::Narrow);
+    if (is_counted)
+      add_listed(*entry->data, Small_Letter_Share);
+    else if (entry != nullptr || !added.empty())
+      add_ranked(small.c_str(), entry != nullptr ? entry->data : nullptr, added, Small_Letter_Share);
+  }
+  add_guess(word, nullptr, left);
+}
+
+// What is listed without having been counted: the tags of an entry by the probabilities that its class gave them, those
+// that were added alike, both by what the guess gives them. All others share a little.
+void Candidates::add_ranked(const char* word, const entrydata_t* data, readings_t added, double share) {
+  const std::vector<double>& guess = guesser_.guess(word, data != nullptr && data->freq > 0 ? data : nullptr);
+  std::vector<std::pair<int32_t, double>> ranks;
+  const auto rank = [&](int32_t tag, int32_t lemma, double weight) {
+    ranks.emplace_back(tag, weight * std::sqrt(guess[static_cast<size_t>(tag)] + Least_Rank));
+    if (lemma_[static_cast<size_t>(tag)] == No_Lemma) lemma_[static_cast<size_t>(tag)] = lemma;
+  };
+  if (data != nullptr && data->freq < 1)
+    for (int k = 0; k < data->n; ++k)
+      rank(data->tag[k], data->lemma != nullptr ? data->lemma[k] : No_Lemma, data->prob[k]);
+  for (const auto& [tag, lemma] : added) rank(tag, lemma, 1.0 / static_cast<double>(added.size()));
+  double sum = 0.0;
+  for (const auto& [tag, p] : ranks) sum += p;
+  for (const auto& [tag, p] : ranks)
+    if (sum > 0.0) probability_[static_cast<size_t>(tag)] += share * (1.0 - Unlisted_Share) * p / sum;
+  for (size_t tag = 0; tag < guess.size(); ++tag) probability_[tag] += share * Unlisted_Share * guess[tag];
 }
 
 void Candidates::add_listed(const entrydata_t& data, double share) {

@@ -4,7 +4,8 @@
 //   word form                          distribution
 //   in the lexicon, seen often         that of the entry
 //   in the lexicon, seen seldom        that of the entry, mixed with a guess
-//   in the lexicon, never seen         that of the entry, which its class gave it
+//   in the lexicon, never seen         that of the entry, which its class gave it; wide: ranked by a guess
+//   only added to the lexicon          what was added, ranked by a guess
 //   a number, or in a word class       that of the number entry or of the class
 //   capital, small in the lexicon      that of the small one, mixed with a guess
 //   any other                          a guess
@@ -20,6 +21,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "model/tables.h"
 #include "tagger/decoder.h"
 #include "tagger/guesser.h"
 
@@ -29,15 +31,26 @@ class Candidates {
  public:
   static constexpr size_t Most = 16;  // for a word form; more cost time and gain nothing
 
-  // `strips_markup` and `warn` are those of tagger_options_t. The tables must outlive the object.
-  Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, bool strips_markup,
-             Warn warn);
+  // Narrow lists are best where the first pass has the last word; wide ones where a second look chooses among them.
+  enum class Width { Narrow, Wide };
+
+  struct options_t {
+    Width width = Width::Narrow;
+    bool strips_markup = false;  // as in tagger_options_t
+    Warn warn;                   // as well
+  };
+
+  // The tables must outlive the object.
+  Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, options_t options);
 
   // A word form: its candidates, at least one, the most probable first; and a number that no other has.
   struct word_t {
     candidates_t candidates;
     int32_t number;  // from 0 on, without large gaps
+    uint16_t
+        listed;  // a bit for each candidate: the lexicon lists the tag; all of them for what is not in the lexicon
   };
+  static constexpr uint16_t All_Listed = 0xFFFF;
 
   // Those of word forms, one behind the other into `words`. A word form ends at a NUL. Valid until: the next call of trim.
   void find(std::span<const std::string_view> forms, std::vector<word_t>& words);
@@ -53,26 +66,35 @@ class Candidates {
   };
   static constexpr size_t Remembered_Bytes = 1 << 24;
 
+  using readings_t = std::span<const AddedReadings::reading_t>;
+  struct choice_t {
+    std::vector<candidate_t> candidates;
+    uint16_t listed = All_Listed;
+  };
+  struct unknown_t {
+    choice_t choice;
+    int32_t number;
+  };
+
   word_t of(std::string_view form, const entry_t* entry);
   void begin_choice();
-  void choose_known(const char* word, const entry_t& entry);
+  void choose_known(const char* word, const entrydata_t& data, readings_t added);
   void choose_unknown(const char* word);
+  void choose_unseen(const char* word);
   void add_listed(const entrydata_t& data, double share);
+  void add_ranked(const char* word, const entrydata_t* data, readings_t added, double share);
   void add_guess(const char* word, const entrydata_t* entry, double share);
   void add_any();
+  void add_main_lemma(const entrydata_t& data);
   std::vector<candidate_t> take_choice();
+  uint16_t listed_of(const choice_t& choice, const entrydata_t* data, readings_t added) const;
 
   const entrydata_t* stand_in(const char* word, bool strips_markup) const;
 
   const Tables& tables_;
-  bool strips_markup_;
-  Warn warn_;
+  const options_t options_;
   Guesser guesser_;
-  std::vector<std::vector<candidate_t>> known_;  // by entry; empty as long as nobody asked
-  struct unknown_t {
-    std::vector<candidate_t> candidates;
-    int32_t number;
-  };
+  std::vector<choice_t> known_;  // by entry; empty as long as nobody asked
   std::unordered_map<std::string, unknown_t, string_hash_t, std::equal_to<>> unknown_;
   size_t remembered_ = 0;            // bytes of unknown_, about
   std::vector<double> probability_;  // by tag

@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <string>
+#include <utility>
 
 #include "support/string_index.h"
 #include "support/strings.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr double Least_Open_Share = 0.01;  // of the probability of the best tag, for a tag to be left open
 constexpr double Sixteen = 16.0;           // the unit of a temperature
 constexpr int Rare_Frequency = 10;  // a word form seen less often shows more of its beginning and ending
+constexpr uint32_t Unlisted = 0x5bd1e995;  // a part of tags that the lexicon does not list
 
 uint32_t mixed(uint64_t x) {
   x *= 0x9E3779B97F4A7C15;
@@ -93,7 +95,10 @@ word_view_t SecondLookView::view(std::string_view form) const {
       is_ascii ? !word.empty() && is_ascii_capital(word[0]) : is_upper(word.c_str(), utf8, {}) != 0;
   view.shape = shape_of(form, capital);
   const entry_t* const entry = tables_.fullex.lexicon.find_entry(form);
-  view.is_rare = entry == nullptr || entry->data->freq < Rare_Frequency;
+  const int frequency = entry != nullptr ? std::max(entry->data->freq, 0) : 0;
+  view.is_rare = frequency < Rare_Frequency;
+  if (entry != nullptr || !tables_.added.find(form).empty())
+    view.experience = 1 + static_cast<uint32_t>(std::bit_width(static_cast<uint32_t>(frequency)));
   return view;
 }
 
@@ -136,6 +141,11 @@ void SecondLookView::see(std::span<const std::string_view> forms, std::span<cons
   views_.resize(views_.size() + Reach);
 }
 
+bool SecondLookView::take(size_t word, const candidate_t& chosen) {
+  const uint32_t tag = tag_parts_[static_cast<size_t>(chosen.tag)][0];
+  return std::exchange(views_[word + Reach].best_tag, tag) != tag;
+}
+
 void SecondLookView::settle(size_t words) {
   if (words == 0) return;
   std::copy_n(views_.begin() + static_cast<std::ptrdiff_t>(words), Reach, before_.begin());
@@ -173,6 +183,7 @@ std::span<const uint32_t> SecondLookView::features(size_t word) {
   add(w[0].suffix[2], w[-1].suffix[2]);
   add(w[0].open_tags);
   add(w[0].open_tags, w[1].open_tags);
+  add(w[0].experience);
   for (size_t n = w[0].is_rare ? 1 : 2; n <= (w[0].is_rare ? 5u : 4u); ++n)
     if (w[0].suffix[n] != 0) features_.push_back(feature(64 + static_cast<uint32_t>(n), w[0].suffix[n]));
   for (size_t n = 1; w[0].is_rare && n <= 3; ++n)
@@ -180,8 +191,9 @@ std::span<const uint32_t> SecondLookView::features(size_t word) {
   return features_;
 }
 
-std::span<const std::vector<uint32_t>> SecondLookView::parts(candidates_t candidates,
+std::span<const std::vector<uint32_t>> SecondLookView::parts(const Candidates::word_t& word,
                                                              std::span<const uint16_t> open) {
+  const candidates_t candidates = word.candidates;
   if (parts_.size() < open.size()) parts_.resize(open.size());
   const auto all_have = [&](uint32_t part) {
     return std::all_of(open.begin(), open.end(), [&](uint16_t k) {
@@ -193,6 +205,7 @@ std::span<const std::vector<uint32_t>> SecondLookView::parts(candidates_t candid
     parts_[i].clear();
     for (const uint32_t part : tag_parts_[static_cast<size_t>(candidates[open[i]].tag)])
       if (!all_have(part)) parts_[i].push_back(part);
+    if ((word.listed >> open[i] & 1) == 0) parts_[i].push_back(Unlisted);
   }
   return std::span(parts_).first(open.size());
 }
@@ -211,21 +224,40 @@ SecondLook::SecondLook(const Tables& tables)
 
 void SecondLook::look(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
                       std::span<double> posteriors) {
+  constexpr size_t Reach = SecondLookView::Reach_of_Tags;
   view_.see(forms, words, posteriors);
-  double* of_word = posteriors.data();
-  for (size_t i = 0; i < words.size(); ++i) {
-    const candidates_t candidates = words[i].candidates;
-    look_at(i, candidates, of_word);
-    temper({of_word, candidates.size()}, Sixteen / weights_.temperature);
-    of_word += candidates.size();
+  first_.assign(posteriors.begin(), posteriors.end());
+  changed_.assign(words.size() + 2 * Reach, 0);
+  char* const changed = changed_.data() + Reach;
+  const auto has_changed = [](const char* first) {
+    return std::find(first, first + Reach, 1) != first + Reach;
+  };
+  for (const bool again : {false, true}) {
+    size_t start = 0;
+    for (size_t i = 0; i < words.size(); start += words[i++].candidates.size()) {
+      // In the second round what stands before the word has changed twice, what stands behind it once.
+      if (again && !has_changed(changed + i - Reach) && !has_changed(changed + i + 1))
+        changed[i] = 0;
+      else
+        changed[i] = look_at(i, words[i], &first_[start], &posteriors[start]);
+    }
   }
 }
 
-void SecondLook::look_at(size_t word, candidates_t candidates, double* posteriors) {
+void SecondLook::temper(std::span<const Candidates::word_t> words, std::span<double> posteriors) const {
+  for (const Candidates::word_t& word : words) {
+    orvelle::temper(posteriors.first(word.candidates.size()), Sixteen / weights_.temperature);
+    posteriors = posteriors.subspan(word.candidates.size());
+  }
+}
+
+// Returns whether the word got another tag than it had.
+bool SecondLook::look_at(size_t word, const Candidates::word_t& found, const double* first,
+                         double* posteriors) {
   const std::span<const uint16_t> open = view_.open_candidates(word);
-  if (open.size() < 2) return;
+  if (open.size() < 2) return false;
   const std::span<const uint32_t> features = view_.features(word);
-  const auto parts = view_.parts(candidates, open);
+  const auto parts = view_.parts(found, open);
   for (const std::vector<uint32_t>& of_tag : parts)
     for (const uint32_t part : of_tag)
       for (const uint32_t f : features) __builtin_prefetch(&weights_.table[place_of(f, part, bits_)]);
@@ -235,14 +267,18 @@ void SecondLook::look_at(size_t word, candidates_t candidates, double* posterior
     int sum = 0;
     for (const uint32_t part : parts[i])
       for (const uint32_t f : features) sum += weights_.table[place_of(f, part, bits_)];
-    const double p = posteriors[open[i]];
+    const double p = first[open[i]];
     left += p;
-    scores_.push_back(std::log(p) + sum * second_look_weights_t::Step);
+    scores_.push_back(weights_.scale * second_look_weights_t::Step * std::log(p) +
+                      sum * second_look_weights_t::Step);
   }
-  const double largest = *std::max_element(scores_.begin(), scores_.end());
+  const auto best = std::max_element(scores_.begin(), scores_.end());
+  const double largest = *best;
+  const candidate_t& chosen = found.candidates[open[static_cast<size_t>(best - scores_.begin())]];
   double total = 0.0;
   for (double& score : scores_) total += score = std::exp(score - largest);
   for (size_t i = 0; i < open.size(); ++i) posteriors[open[i]] = left * scores_[i] / total;
+  return view_.take(word, chosen);
 }
 
 }  // namespace orvelle

@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 // A second look at the tags that the first pass leaves open: a log-linear model over the words around.
 //
-//   score(tag) = log p(tag) + sum over the features f of the word's place of weight(f, tag)
+//   score(tag) = scale * log p(tag) + sum over the features f of the word's place of weight(f, tag)
 //
 //   first pass   Time  magazine          p: NN .61  NNP .37  JJ .02         left open: NN NNP JJ
 //   features     w0=Time  w+1=magazine  h+1=NN  shape=Xx,first  s3=ime ...
-//   second look  NN -.49 + (-.31 + .08 ...)     NNP -.99 + (.42 + .27 ...)
+//   second look  NN -.49 + (-.31 + .08 ...)     NNP -.99 + (.42 + .27 ...)      (at a scale of 1)
 //
-// The best tag is chosen for each word by itself. A feature and a tag are hashed to a place in the table of weights, and
-// nobody looks whether another pair has the same.
+// The best tag is chosen for each word by itself, from left to right; what was chosen is what the features of the words
+// around see from then on. A second round looks again where that has changed what was seen in the first. A feature and a
+// tag are hashed to a place in the table of weights, and nobody looks whether another pair has the same.
 #pragma once
 
 #include <orvelle/tagger.h>
@@ -32,20 +33,22 @@ struct word_view_t {
   std::array<uint32_t, 4> prefix{};  // its first bytes
   uint32_t shape = 0;
   bool is_rare = false;
-  uint32_t open_tags = 0;  // the tags that are left open
-  uint32_t best_tag = 0;   // of the first pass
+  uint32_t experience = 0;  // how often the training met it: 0 unlisted, 1 never, then by powers of two
+  uint32_t open_tags = 0;   // the tags that are left open
+  uint32_t best_tag = 0;    // of the first pass, or what the second look chose
 };
 
 // Features and tags as the model that is trained and the one that is used see them.
 class SecondLookView {
  public:
-  static constexpr size_t Reach = 3;  // words before and behind a place
+  static constexpr size_t Reach = 3;          // words before and behind a place
+  static constexpr size_t Reach_of_Tags = 2;  // those whose tag matters
 
   // The tables must outlive the object. `splits_tags`: the parts of a tag have weights too.
   SecondLookView(const Tables& tables, bool splits_tags);
 
-  // Sees a text whose words have these candidates, of a Tagger, and these posteriors, one word behind the other. The words before it are
-  // those that were settled.
+  // Sees a text whose words have these candidates and these posteriors, one word behind the other. The words before it
+  // are those that were settled.
   void see(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
            std::span<const double> posteriors);
   // As in Tagger.
@@ -53,6 +56,9 @@ class SecondLookView {
   void end_sentence();
   // The numbers of word forms begin anew.
   void forget() { known_.clear(); }
+
+  // The tag that a word was given stands for it from now on; returns whether another one did.
+  bool take(size_t word, const candidate_t& chosen);
 
   // The candidates of a word that are left open, by their places.
   std::span<const uint16_t> open_candidates(size_t word) const {
@@ -62,9 +68,10 @@ class SecondLookView {
   // Hashes of the features of a word's place. Valid until: the next call.
   std::span<const uint32_t> features(size_t word);
 
-  // For each candidate that is left open the hashes of what has weights: the tag and, of its parts, those that not all of
-  // them have. Valid until: the next call.
-  std::span<const std::vector<uint32_t>> parts(candidates_t candidates, std::span<const uint16_t> open);
+  // For each candidate that is left open the hashes of what has weights: the tag; of its parts, those that not all of them
+  // have; and that the lexicon does not list the tag, if that is so. Valid until: the next call.
+  std::span<const std::vector<uint32_t>> parts(const Candidates::word_t& word,
+                                               std::span<const uint16_t> open);
 
  private:
   word_view_t view(std::string_view form) const;
@@ -96,23 +103,26 @@ class SecondLook {
   // The tables must outlive the object and have weights.
   explicit SecondLook(const Tables& tables);
 
-  // Replaces the probabilities of the tags left open, which keep their sum, and then brings those of all candidates to the
-  // temperature of the model, so that they are right as often as they say. `posteriors` are those of all candidates, one
+  // Replaces the probabilities of the tags left open, which keep their sum. `posteriors` are those of all candidates, one
   // word behind the other.
   void look(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
             std::span<double> posteriors);
+  // Brings what look gave to the temperature of the model, so that probabilities are right as often as they say.
+  void temper(std::span<const Candidates::word_t> words, std::span<double> posteriors) const;
 
   void settle(size_t words) { view_.settle(words); }
   void end_sentence() { view_.end_sentence(); }
   void forget() { view_.forget(); }
 
  private:
-  void look_at(size_t word, candidates_t candidates, double* posteriors);
+  bool look_at(size_t word, const Candidates::word_t& candidates, const double* first, double* posteriors);
 
   const second_look_weights_t& weights_;
   int bits_;
   SecondLookView view_;
   std::vector<double> scores_;
+  std::vector<double> first_;  // the posteriors of the first pass
+  std::vector<char> changed_;  // by word, and as many behind them as reach: whether its tag was another one
 };
 
 }  // namespace orvelle

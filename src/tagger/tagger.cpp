@@ -7,12 +7,19 @@
 #include <vector>
 
 #include "model/tables.h"
-#include "tagger/candidates.h"
-#include "tagger/context_model.h"
-#include "tagger/decoder.h"
+#include "tagger/first_pass.h"
 #include "tagger/second_look.h"
 
 namespace orvelle {
+
+namespace {
+
+Candidates::options_t candidate_options(const Tables& tables, const tagger_options_t& options) {
+  const auto width = tables.extras.weights.empty() ? Candidates::Width::Narrow : Candidates::Width::Wide;
+  return {width, options.strips_markup, options.warn};
+}
+
+}  // namespace
 
 struct Tagger::Parts {
   Parts(const Tables& model_tables, const tagger_options_t& given, std::shared_ptr<const RareWords> learned)
@@ -21,34 +28,32 @@ struct Tagger::Parts {
         by_word(options.choice == tagger_options_t::Choice::Word ||
                 (options.choice == tagger_options_t::Choice::As_Suits && !tables.extras.card.empty())),
         rare_words(std::move(learned)),
-        words_candidates(tables, rare_words, options.strips_markup, options.warn),
-        context(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
-        decoder(context, options.beam),
-        preceding(static_cast<size_t>(context.order()), tables.fullex.tagset.Sent_Tag) {
+        first(tables, rare_words, candidate_options(tables, options), options.beam) {
     if (by_word && !tables.extras.weights.empty()) second_look.emplace(tables);
   }
-  Parts(const Parts&) = delete;
-  Parts& operator=(const Parts&) = delete;
 
   std::span<const double> posteriors_of(size_t word) const {
-    if (posterior_starts.empty()) return {};
-    return {posteriors.data() + posterior_starts[word], words[word].size()};
+    const size_t end = word + 1 < starts.size() ? starts[word + 1] : posteriors.size();
+    return std::span(posteriors).subspan(starts[word], end - starts[word]);
   }
 
   void find_posteriors(std::span<const std::string_view> forms) {
     posteriors.clear();
-    decoder.posteriors(words, preceding.data(), posteriors);
-    if (second_look) second_look->look(forms, found, posteriors);
+    first.posteriors(posteriors);
+    starts.clear();
     size_t start = 0;
-    for (const candidates_t& candidates : words) {
-      posterior_starts.push_back(start);
-      start += candidates.size();
+    for (const Candidates::word_t& word : first.words()) {
+      starts.push_back(start);
+      start += word.candidates.size();
     }
+    if (!second_look) return;
+    second_look->look(forms, first.words(), posteriors);
+    if (with_posteriors) second_look->temper(first.words(), posteriors);
   }
 
   void choose_most_probable() {
     chosen.clear();
-    for (size_t i = 0; i < words.size(); ++i) {
+    for (size_t i = 0; i < starts.size(); ++i) {
       const std::span<const double> p = posteriors_of(i);
       chosen.push_back(static_cast<int>(std::max_element(p.begin(), p.end()) - p.begin()));
     }
@@ -58,16 +63,12 @@ struct Tagger::Parts {
   const tagger_options_t options;
   const bool by_word;
   const std::shared_ptr<const RareWords> rare_words;
-  Candidates words_candidates;
-  ContextModel context;
-  Decoder decoder;
+  FirstPass first;
   std::optional<SecondLook> second_look;
-  std::vector<int32_t> preceding;         // tags of what was settled, the nearest last
-  std::vector<Candidates::word_t> found;  // of the words
-  std::vector<candidates_t> words;
   std::vector<int> chosen;
+  bool with_posteriors = false;
   std::vector<double> posteriors;
-  std::vector<size_t> posterior_starts;  // by word; empty without posteriors
+  std::vector<size_t> starts;  // of the words in the posteriors
 };
 
 Tagger::Tagger(const Model& model, const tagger_options_t& options)
@@ -85,36 +86,32 @@ Tagger::~Tagger() = default;
 
 void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {
   Parts& p = *parts_;
-  if (p.words_candidates.trim() && p.second_look) p.second_look->forget();
-  p.words_candidates.find(forms, p.found);
-  p.words.clear();
-  for (const Candidates::word_t& word : p.found) p.words.push_back(word.candidates);
-  p.posterior_starts.clear();
+  p.with_posteriors = with_posteriors;
+  const bool began_anew = p.first.find(forms);
+  if (began_anew && p.second_look) p.second_look->forget();
   if (with_posteriors || p.by_word) p.find_posteriors(forms);
   if (p.by_word)
     p.choose_most_probable();
   else
-    p.decoder.best_path(p.words, p.preceding.data(), p.chosen);
+    p.first.best_path(p.chosen);
 }
 
-candidates_t Tagger::candidates(size_t word) const { return parts_->words[word]; }
+candidates_t Tagger::candidates(size_t word) const { return parts_->first.words()[word].candidates; }
 
 size_t Tagger::choice(size_t word) const { return static_cast<size_t>(parts_->chosen[word]); }
 
-std::span<const double> Tagger::posteriors(size_t word) const { return parts_->posteriors_of(word); }
+std::span<const double> Tagger::posteriors(size_t word) const {
+  return parts_->with_posteriors ? parts_->posteriors_of(word) : std::span<const double>();
+}
 
 void Tagger::settle(size_t words) {
   if (parts_->second_look) parts_->second_look->settle(words);
-  std::vector<int32_t>& preceding = parts_->preceding;
-  for (size_t i = words - std::min(words, preceding.size()); i < words; ++i) {
-    std::copy(preceding.begin() + 1, preceding.end(), preceding.begin());
-    preceding.back() = chosen(i).tag;
-  }
+  parts_->first.settle(std::span(parts_->chosen).first(words));
 }
 
 void Tagger::end_sentence() {
   if (parts_->second_look) parts_->second_look->end_sentence();
-  std::fill(parts_->preceding.begin(), parts_->preceding.end(), parts_->tables.fullex.tagset.Sent_Tag);
+  parts_->first.end_sentence();
 }
 
 }  // namespace orvelle

@@ -9,6 +9,7 @@
 
 #include "commands/learn_second_look.h"
 #include "sample_file.h"
+#include "tagger/first_pass.h"
 
 namespace orvelle {
 namespace {
@@ -49,51 +50,93 @@ second_look_weights_t random_weights(unsigned seed, bool splits_tags) {
 
 const std::vector<std::string_view> Text = {"w", "v", "w", "x", "v", ".", "w", "w", "v", "v", "Word-7", "w"};
 
-TEST(SecondLook, AddsItsWeightsToTheLogarithms) {
-  for (const bool splits : {false, true}) {
-    const second_look_weights_t weights = random_weights(1, splits);
-    const Model model = model_with(weights), plain = model_with({});
-    Tagger looking(model, by_word()), first(plain, by_word());
-    looking.tag(Text);
-    first.tag(Text);
-    SecondLookView view(ModelAccess::tables(model), splits);
-    std::vector<Candidates::word_t> words;
-    std::vector<double> posteriors;
-    for (size_t i = 0; i < Text.size(); ++i) {
-      words.push_back({first.candidates(i), static_cast<int32_t>(i)});
-      posteriors.insert(posteriors.end(), first.posteriors(i).begin(), first.posteriors(i).end());
-    }
-    view.see(Text, words, posteriors);
-    int changed = 0;
-    for (size_t i = 0; i < Text.size(); ++i) {
-      const std::span<const double> before = first.posteriors(i), after = looking.posteriors(i);
-      const std::span<const uint16_t> open = view.open_candidates(i);
-      const auto parts = view.parts(words[i].candidates, open);
-      for (const std::vector<uint32_t>& of_tag : parts)
-        EXPECT_TRUE(open.size() != 2 || of_tag.size() == 1u + splits);  // the x of A and B tells nothing
-      double total = 0.0, left = 0.0;
-      std::vector<double> expected(before.begin(), before.end());
-      for (size_t k = 0; k < open.size(); ++k) {
-        double sum = 0.0;
-        for (const uint32_t part : parts[k])
-          for (const uint32_t f : view.features(i)) sum += weights.table[place_of(f, part, 12)] / 64.0;
-        left += before[open[k]];
-        total += expected[open[k]] = before[open[k]] * std::exp(sum);
-      }
-      for (const uint16_t k : open) expected[k] *= left / total;
-      ASSERT_EQ(after.size(), before.size());
-      for (size_t k = 0; k < after.size(); ++k) EXPECT_NEAR(after[k], expected[k], 1e-12) << i;
-      changed += looking.chosen(i).tag != first.chosen(i).tag;
-    }
-    EXPECT_GT(changed, 0);
+// The first pass and the view of a text.
+struct seen_text_t {
+  seen_text_t(const Model& model, std::span<const std::string_view> forms, bool splits_tags = false)
+      : tables(ModelAccess::tables(model)),
+        first(tables, std::make_shared<const RareWords>(tables, Warn()), {Candidates::Width::Wide, false, {}},
+              32),
+        view(tables, splits_tags) {
+    first.find(forms);
+    first.posteriors(posteriors);
+    view.see(forms, first.words(), posteriors);
   }
+  const Tables& tables;
+  FirstPass first;
+  SecondLookView view;
+  std::vector<double> posteriors;
+};
+
+// The formula, with both rounds in full.
+std::vector<double> look_slowly(seen_text_t& text, const second_look_weights_t& weights) {
+  std::vector<double> result = text.posteriors;
+  for (int round = 0; round < 2; ++round) {
+    size_t start = 0;
+    for (size_t i = 0; i < text.first.words().size(); start += text.first.words()[i++].candidates.size()) {
+      const Candidates::word_t& word = text.first.words()[i];
+      const std::span<const uint16_t> open = text.view.open_candidates(i);
+      if (open.size() < 2) continue;
+      const auto parts = text.view.parts(word, open);
+      double total = 0.0, left = 0.0;
+      size_t best = open[0];
+      for (size_t k = 0; k < open.size(); ++k) {
+        const double p = text.posteriors[start + open[k]];
+        double score = weights.scale / 64.0 * std::log(p);
+        for (const uint32_t part : parts[k])
+          for (const uint32_t f : text.view.features(i)) score += weights.table[place_of(f, part, 12)] / 64.0;
+        left += p;
+        total += result[start + open[k]] = std::exp(score);
+        if (result[start + open[k]] > result[start + best]) best = open[k];
+      }
+      for (const uint16_t k : open) result[start + k] *= left / total;
+      text.view.take(i, word.candidates[best]);
+    }
+  }
+  return result;
+}
+
+TEST(SecondLook, DoesWhatTheFormulaSays) {
+  std::mt19937 random(7);
+  constexpr std::string_view Forms[] = {"w", "v", ".", "x", "Word-7", "W"};
+  std::vector<std::string_view> forms;
+  for (int i = 0; i < 500; ++i) forms.push_back(Forms[random() % std::size(Forms)]);
+  for (const bool splits : {false, true}) {
+    second_look_weights_t weights = random_weights(1, splits);
+    weights.scale = 40;
+    const Model model = model_with(weights);
+    seen_text_t text(model, forms, splits);
+    SecondLook looking(text.tables);
+    std::vector<double> got = text.posteriors;
+    looking.look(forms, text.first.words(), got);
+    const std::vector<double> expected = look_slowly(text, weights);
+    ASSERT_EQ(got.size(), expected.size());
+    int changed = 0;
+    for (size_t i = 0; i < got.size(); ++i) {
+      EXPECT_NEAR(got[i], expected[i], 1e-12) << i;
+      changed += std::abs(got[i] - text.posteriors[i]) > 0.1;
+    }
+    EXPECT_GT(changed, 100);
+  }
+}
+
+// The tags A|x and B|x of w have a part in common, which tells nothing; C is not listed.
+TEST(SecondLookView, KnowsThePartsOfTags) {
+  const Model model = file_without_opinion().model();
+  const std::string_view form[] = {"w"};
+  seen_text_t text(model, form, true);
+  Candidates::word_t word = text.first.words()[0];
+  const uint16_t open[] = {0, 1};
+  word.listed = 1;
+  const auto parts = text.view.parts(word, open);
+  EXPECT_EQ(parts[0].size(), 2u);
+  EXPECT_EQ(parts[1].size(), 3u);
 }
 
 // A text that is settled piece by piece gets what it would get at once, as long as enough of it waits.
 TEST(SecondLook, GoesOnBehindWhatWasSettled) {
   const Model model = model_with(random_weights(2, false));
   Tagger whole(model, by_word()), pieces(model, by_word());
-  whole.tag(Text);
+  whole.tag(Text, true);
   std::string expected, got;
   for (size_t i = 0; i < Text.size(); ++i) expected += std::to_string(whole.chosen(i).tag);
   for (size_t first = 0; first < Text.size(); first += 2) {
@@ -103,7 +146,7 @@ TEST(SecondLook, GoesOnBehindWhatWasSettled) {
   }
   EXPECT_EQ(got, expected);
   pieces.end_sentence();
-  pieces.tag(Text);
+  pieces.tag(Text, true);
   EXPECT_EQ(pieces.posteriors(0)[0], whole.posteriors(0)[0]);
 }
 
@@ -118,21 +161,19 @@ TEST(SecondLookLearner, MovesAgainstTheGradient) {
   const std::vector<gold_sentence_t> sentences = {sentence({"w"}, {"B|x"})};
   learner.learn(model, sentences);
   const second_look_weights_t weights = learner.weights();
-  const double step_of_a = -0.1 * 0.6 / std::sqrt(0.36 + 0.01),
-               step_of_b = 0.1 * 0.6 / std::sqrt(0.36 + 0.01);
-  Tagger tagger(model, by_word());
   const std::string_view form[] = {"w"};
-  tagger.tag(form);
-  SecondLookView view(ModelAccess::tables(model), false);
-  const Candidates::word_t words[] = {{tagger.candidates(0), 0}};
-  view.see(form, words, tagger.posteriors(0));
-  const auto parts = view.parts(words[0].candidates, view.open_candidates(0));
-  for (const uint32_t f : view.features(0)) {
-    EXPECT_EQ(weights.table[place_of(f, parts[0][0], 12)], std::lround(step_of_a * 64));
-    EXPECT_EQ(weights.table[place_of(f, parts[1][0], 12)], std::lround(step_of_b * 64));
+  seen_text_t text(model, form);
+  const auto parts = text.view.parts(text.first.words()[0], text.view.open_candidates(0));
+  const double p = text.posteriors[0], gradient = p, scale_gradient = p * std::log(p / (1.0 - p));
+  const double step = 0.1 * gradient / std::sqrt(gradient * gradient + 0.01);
+  for (const uint32_t f : text.view.features(0)) {
+    EXPECT_EQ(weights.table[place_of(f, parts[0][0], 12)], std::lround(-step * 64));
+    EXPECT_EQ(weights.table[place_of(f, parts[1][0], 12)], std::lround(step * 64));
   }
   EXPECT_EQ(count_if(weights.table.begin(), weights.table.end(), [](int8_t w) { return w != 0; }),
-            static_cast<std::ptrdiff_t>(2 * view.features(0).size()));
+            static_cast<std::ptrdiff_t>(2 * text.view.features(0).size()));
+  EXPECT_EQ(weights.scale,
+            std::lround(64 - 6.4 * scale_gradient / std::sqrt(1 + scale_gradient * scale_gradient)));
 }
 
 // The next word tells the tag of w, which nothing in the first pass can know; v is A in seven of ten places, whatever is
@@ -157,7 +198,7 @@ TEST(SecondLookLearner, LearnsFromTheWordsAroundAndHowSureItMayBe) {
   double sum = 0.0;
   int right = 0;
   for (const gold_sentence_t& s : make(200)) {
-    tagger.tag(s.forms);
+    tagger.tag(s.forms, true);
     right += model.Tag(tagger.chosen(0).tag) == s.tags[0];
     const candidates_t candidates = tagger.candidates(2);
     for (size_t k = 0; k < candidates.size(); ++k)
@@ -171,11 +212,12 @@ TEST(SecondLookLearner, LearnsFromTheWordsAroundAndHowSureItMayBe) {
 TEST(SecondLookWeights, AreReadAsTheyWereWritten) {
   second_look_weights_t weights = random_weights(5, true);
   weights.temperature = 20;
+  weights.scale = 30;
   const second_look_weights_t again(weights.section());
   EXPECT_EQ(again.table, weights.table);
-  EXPECT_TRUE(again.splits_tags && again.temperature == 20);
-  for (const std::string& bad : {std::string(), std::string("\0\x10", 2), std::string("\2\x10\1\1", 4),
-                                 std::string("\0\0\1\1", 4), std::string("\0\x10\1\1\1", 5)})
+  EXPECT_TRUE(again.splits_tags && again.temperature == 20 && again.scale == 30);
+  for (const std::string& bad : {std::string(), std::string("\0\x10\1", 3), std::string("\2\x10\1\1\1", 5),
+                                 std::string("\0\0\1\1\1", 5), std::string("\0\x10\1\1\1\1", 6)})
     EXPECT_ERROR(second_look_weights_t{bad}, "in model file: weights of the second look");
 }
 

@@ -75,6 +75,33 @@ TEST_F(TaggingTest, TagsText) {
   }
 }
 
+// Words that the training did not meet get the tags of a lexicon that is added; words that it met often keep theirs.
+TEST_F(TaggingTest, TakesEntriesWithoutTraining) {
+  dir_.write("one", "jumping\tNN leap\r\nthe\tNN the\ndancing\tVB dance\nlondon\tNP London\n");
+  dir_.write("two", "jumping\tXX y\tNN other\tVB leap\nwalking\tXX walk\n");
+  const char* const text = "they\njumping\nthe\nDancing\nLONDON\nwalking\n";
+  const result_t result = orvelle("tag --lexicon one --lexicon two par -", text);
+  EXPECT_EQ(result.out,
+            "they\tPP\tthey\njumping\tVB\tleap\nthe\tDT\tthe\nDancing\tVB\tdance\nLONDON\tNP\tLondon\n"
+            "walking\tVBG\twalk\n");
+  EXPECT_EQ(result.err,
+            "orvelle tag: two: 2 readings left out, with tags that the model does not have, such as XX\n");
+  EXPECT_EQ(orvelle("tag par -", "jumping\n").out, "jumping\tVBG\tjumping\n");
+  dir_.write("text", text);
+  const struct {
+    const char* entry;
+    const char* message;
+  } faults[] = {{"word\n", "orvelle tag: one:1: no tag for the word form 'word'\n"},
+                {"w\tNN\n", "orvelle tag: one:1: tag NN has no lemma\n"}};
+  for (const auto& fault : faults) {
+    dir_.write("one", fault.entry);
+    const result_t refused = orvelle("tag --lexicon one par -", text);
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_EQ(refused.out + refused.err, fault.message);
+  }
+  expect_in_part({{"tag --lexicon one --output one par text", 1, "one"}});
+}
+
 // "dey" is in the class of "they". To all words that the transducer does not accept it makes no difference.
 TEST_F(TaggingTest, WordClasses) {
   dir_.write("classes", "0 d 2\n0 t 1\n1 h 2\n2 e 3\n3 y 4\n4 z 0\n4 wordclass 1\n");

@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+// The first pass over a text: the candidates of its words, and what the tag contexts say of them.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "tagger/candidates.h"
+#include "tagger/context_model.h"
+#include "tagger/decoder.h"
+
+namespace orvelle {
+
+class FirstPass {
+ public:
+  // The tables must outlive the object. `beam`: as in tagger_options_t.
+  FirstPass(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Candidates::options_t options,
+            size_t beam)
+      : sentence_tag_(tables.fullex.tagset.Sent_Tag),
+        candidates_(tables, std::move(rare_words), std::move(options)),
+        context_(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
+        decoder_(context_, beam),
+        preceding_(static_cast<size_t>(context_.order()), sentence_tag_) {}
+
+  FirstPass(const FirstPass&) = delete;  // the decoder looks at the context
+  FirstPass& operator=(const FirstPass&) = delete;
+
+  // Finds the candidates of the words that follow what was settled. Returns whether the numbers of word forms have begun
+  // anew.
+  bool find(std::span<const std::string_view> forms) {
+    const bool began_anew = candidates_.trim();
+    candidates_.find(forms, words_);
+    of_words_.clear();
+    for (const Candidates::word_t& word : words_) of_words_.push_back(word.candidates);
+    return began_anew;
+  }
+
+  std::span<const Candidates::word_t> words() const { return words_; }
+
+  // As in Decoder, of the words that were found.
+  void best_path(std::vector<int>& chosen) { decoder_.best_path(of_words_, preceding_.data(), chosen); }
+  void posteriors(std::vector<double>& result) { decoder_.posteriors(of_words_, preceding_.data(), result); }
+
+  // The next word has these tags, chosen among the candidates, before it.
+  void settle(std::span<const int> chosen) {
+    const size_t words = std::min(chosen.size(), preceding_.size());
+    std::rotate(preceding_.begin(), preceding_.begin() + static_cast<std::ptrdiff_t>(words),
+                preceding_.end());
+    for (size_t i = 0; i < words; ++i) {
+      const size_t word = chosen.size() - words + i;
+      preceding_[preceding_.size() - words + i] = of_words_[word][static_cast<size_t>(chosen[word])].tag;
+    }
+  }
+  void end_sentence() { std::fill(preceding_.begin(), preceding_.end(), sentence_tag_); }
+
+ private:
+  int32_t sentence_tag_;
+  Candidates candidates_;
+  ContextModel context_;
+  Decoder decoder_;
+  std::vector<int32_t> preceding_;  // tags of what was settled, the nearest last
+  std::vector<Candidates::word_t> words_;
+  std::vector<candidates_t> of_words_;
+};
+
+}  // namespace orvelle
