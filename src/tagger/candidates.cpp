@@ -18,7 +18,7 @@ struct width_t {
   int trusted_frequency;  // an entry seen more often is taken as it stands
   double guess_weight;    // tokens that a guess counts for beside those of a rare entry
 };
-constexpr width_t Narrow = {20, 0.2}, Wide = {100, 0.5};
+constexpr width_t Narrow = {20, 0.2}, Wide = {20, 0.5};
 constexpr double Small_Letter_Share = 0.9;  // of the small form's entry, for a capitalised form without one
 constexpr double Least_Ratio = 1e-3;        // of a tag's probability to that of the most probable tag
 constexpr double Unlisted_Share = 0.05;  // of all tags, for a word form that only lists of tags are known of
@@ -31,8 +31,8 @@ Candidates::Candidates(const Tables& tables, std::shared_ptr<const RareWords> ra
       options_(std::move(options)),
       guesser_(tables, std::move(rare_words), options_.warn),
       known_(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)),
-      probability_(tables.fullex.A_Priori_Tag_Prob_Fac.size(), 0.0),
-      lemma_(probability_.size(), No_Lemma) {}
+      probability_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
+      lemma_(tables.fullex.A_Priori_Tag_Prob_Fac.size(), No_Lemma) {}
 
 // The record that stands in for a word form without an entry, or null. Of the word classes, class 0 is that of the word
 // forms which the transducer does not accept: it says nothing about them, and hides the number entries from a lookup. A
@@ -110,8 +110,8 @@ bool Candidates::trim() {
 }
 
 void Candidates::begin_choice() {
-  std::fill(probability_.begin(), probability_.end(), 0.0);
-  std::fill(lemma_.begin(), lemma_.end(), No_Lemma);
+  for (const int32_t tag : probability_.tags()) lemma_[static_cast<size_t>(tag)] = No_Lemma;
+  probability_.clear();
 }
 
 void Candidates::choose_known(const char* word, const entrydata_t& data, readings_t added) {
@@ -137,8 +137,8 @@ void Candidates::choose_known(const char* word, const entrydata_t& data, reading
 void Candidates::add_main_lemma(const entrydata_t& data) {
   if (data.n == 0) return;
   const int32_t lemma = data.lemma[std::max_element(data.prob, data.prob + data.n) - data.prob];
-  for (int32_t& l : lemma_)
-    if (l == No_Lemma) l = lemma;
+  for (const int32_t tag : probability_.tags())
+    if (lemma_[static_cast<size_t>(tag)] == No_Lemma) lemma_[static_cast<size_t>(tag)] = lemma;
 }
 
 void Candidates::choose_unknown(const char* word) {
@@ -171,10 +171,11 @@ void Candidates::choose_unseen(const char* word) {
 // What is listed without having been counted: the tags of an entry by the probabilities that its class gave them, those
 // that were added alike, both by what the guess gives them. All others share a little.
 void Candidates::add_ranked(const char* word, const entrydata_t* data, readings_t added, double share) {
-  const std::vector<double>& guess = guesser_.guess(word, data != nullptr && data->freq > 0 ? data : nullptr);
+  const TagWeights& guess = guesser_.guess(word, data != nullptr && data->freq > 0 ? data : nullptr);
   std::vector<std::pair<int32_t, double>> ranks;
   const auto rank = [&](int32_t tag, int32_t lemma, double weight) {
-    ranks.emplace_back(tag, weight * std::sqrt(guess[static_cast<size_t>(tag)] + Least_Rank));
+    ranks.emplace_back(tag, weight * std::sqrt(guess[tag] + Least_Rank));
+    probability_.add(tag, 0.0);
     if (lemma_[static_cast<size_t>(tag)] == No_Lemma) lemma_[static_cast<size_t>(tag)] = lemma;
   };
   if (data != nullptr && data->freq < 1)
@@ -184,39 +185,41 @@ void Candidates::add_ranked(const char* word, const entrydata_t* data, readings_
   double sum = 0.0;
   for (const auto& [tag, p] : ranks) sum += p;
   for (const auto& [tag, p] : ranks)
-    if (sum > 0.0) probability_[static_cast<size_t>(tag)] += share * (1.0 - Unlisted_Share) * p / sum;
-  for (size_t tag = 0; tag < guess.size(); ++tag) probability_[tag] += share * Unlisted_Share * guess[tag];
+    if (sum > 0.0) probability_.add(tag, share * (1.0 - Unlisted_Share) * p / sum);
+  for (const int32_t tag : guess.tags()) probability_.add(tag, share * Unlisted_Share * guess[tag]);
 }
 
 void Candidates::add_listed(const entrydata_t& data, double share) {
   for (int k = 0; k < data.n; ++k) {
-    probability_[data.tag[k]] += share * data.prob[k];
+    probability_.add(data.tag[k], share * data.prob[k]);
     if (data.lemma != nullptr) lemma_[data.tag[k]] = data.lemma[k];
   }
 }
 
 void Candidates::add_guess(const char* word, const entrydata_t* entry, double share) {
-  const std::vector<double>& guess = guesser_.guess(word, entry);
-  for (size_t tag = 0; tag < guess.size(); ++tag) probability_[tag] += share * guess[tag];
+  const TagWeights& guess = guesser_.guess(word, entry);
+  for (const int32_t tag : guess.tags()) probability_.add(tag, share * guess[tag]);
 }
 
 // Nothing is known, as in a file whose entry lost all its tags: any tag, by its frequency.
 void Candidates::add_any() {
   const std::vector<double>& factors = tables_.fullex.A_Priori_Tag_Prob_Fac;
-  for (size_t tag = 0; tag < factors.size(); ++tag) probability_[tag] = 1.0 / factors[tag];
+  for (size_t tag = 0; tag < factors.size(); ++tag)
+    probability_.set(static_cast<int32_t>(tag), 1.0 / factors[tag]);
 }
 
 // The best tags by probability, with scores that a decoder can multiply.
 std::vector<candidate_t> Candidates::take_choice() {
   const auto usable = [](double p) { return p > 0.0 && std::isfinite(p); };
-  if (std::none_of(probability_.begin(), probability_.end(), usable)) add_any();
+  const auto is_usable = [&](int32_t tag) { return usable(probability_[tag]); };
+  if (std::ranges::none_of(probability_.tags(), is_usable)) add_any();
   double largest = 0.0;
-  for (const double p : probability_)
-    if (usable(p)) largest = std::max(largest, p);
+  for (const int32_t tag : probability_.tags())
+    if (is_usable(tag)) largest = std::max(largest, probability_[tag]);
   std::vector<candidate_t> best;
-  for (size_t tag = 0; tag < probability_.size(); ++tag)
-    if (usable(probability_[tag]) && probability_[tag] > largest * Least_Ratio)
-      best.push_back({static_cast<int32_t>(tag), lemma_[tag], probability_[tag]});
+  for (const int32_t tag : probability_.tags())
+    if (is_usable(tag) && probability_[tag] > largest * Least_Ratio)
+      best.push_back({tag, lemma_[static_cast<size_t>(tag)], probability_[tag]});
   if (best.empty()) best.push_back({tables_.fullex.tagset.Sent_Tag, No_Lemma, 1.0});
   std::sort(best.begin(), best.end(), [](const candidate_t& a, const candidate_t& b) {
     return a.score != b.score ? a.score > b.score : a.tag < b.tag;

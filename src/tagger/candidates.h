@@ -96,9 +96,9 @@ class Candidates {
   Guesser guesser_;
   std::vector<choice_t> known_;  // by entry; empty as long as nobody asked
   std::unordered_map<std::string, unknown_t, string_hash_t, std::equal_to<>> unknown_;
-  size_t remembered_ = 0;            // bytes of unknown_, about
-  std::vector<double> probability_;  // by tag
-  std::vector<int32_t> lemma_;       // by tag
+  size_t remembered_ = 0;  // bytes of unknown_, about
+  TagWeights probability_;
+  std::vector<int32_t> lemma_;  // by tag
 };
 
 }  // namespace orvelle

@@ -15,7 +15,7 @@ ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>
     if (node.no != 0) order_ = std::max(order_, tree.Context_Size - node.context_pos);
   const size_t slots = std::bit_floor(std::max<size_t>(2, Memo_Size / (order_ + 1)));
   shift_ = 64 - std::countr_zero(slots);
-  slots_.assign(slots * (order_ + 1), -1);
+  slots_.assign(std::max(slots, order_ == 1 ? tag_factors.size() : 0) * (order_ + 1), -1);
   for (const double factor : tag_factors) {
     const double share = 1.0 / factor;
     overall_.push_back(std::isfinite(share) && share > 0.0 ? share : 1.0);

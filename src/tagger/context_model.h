@@ -8,7 +8,7 @@
 //
 // A chain of tests in the tree is as long as there are tags to ask for, so walking it costs more than all
 // else that decoding does for a token. The memo has a fixed size; a context that falls on a taken slot takes
-// it over.
+// it over. One preceding tag is its own slot.
 #pragma once
 
 #include <cstdint>
@@ -59,6 +59,7 @@ class ContextModel {
   static constexpr size_t Memo_Size = 1 << 18;  // 32-bit values, 1 MB: what the second-level cache holds
 
   size_t slot_of(const int32_t* preceding) const {
+    if (order_ == 1) return static_cast<size_t>(preceding[0]);
     uint64_t hash = 0;
     for (int i = 0; i < order_; ++i) hash = (hash ^ static_cast<uint32_t>(preceding[i])) * 0x9E3779B97F4A7C15;
     return hash >> shift_;

@@ -129,6 +129,11 @@ void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const int
     const size_t first = last + from.size();
     forward_.resize(first + to.size(), 0.0);
     for (size_t a = 0; a < from.size(); ++a) {
+      if (from.size() * to.size() == 1) {  // no choice, whatever the contexts say
+        transitions_.push_back(1.0);
+        forward_[first] = 1.0;
+        break;
+      }
       const context_leaf_t& leaf = context_.leaf(&from[a].tag);
       for (size_t b = 0; b < to.size(); ++b) {
         const double p = context_.probability(leaf, to[b].tag) * to[b].score;

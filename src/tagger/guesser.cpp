@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <numeric>
 #include <string>
 #include <utility>
 
@@ -22,6 +24,7 @@ constexpr int64_t Tokens_for_Rare = 5000;  // of the corpus, for each occurrence
 constexpr int Most_Rare_Frequency = 30;    // however large the corpus
 constexpr double Least_Count = 1e-9;
 constexpr double Negligible_Weight = 1e-4;
+constexpr double Notable_Share = 1e-5;  // what a tag must have of the shape's distribution to be looked at
 constexpr double Any_Tag_Share = 0.01;  // of all tags alike, beside the open-class distribution
 constexpr size_t Long_Row = 8;          // words from which on a row's sum is kept
 constexpr int Shape_Bits = 8;
@@ -117,52 +120,56 @@ Guesser::Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_wor
     : tables_(tables),
       rare_words_(std::move(rare_words)),
       warn_(std::move(warn)),
-      endings_{rare_words_->endings, {}},
-      beginnings_{rare_words_->beginnings, {}},
+      endings_(rare_words_->endings),
+      beginnings_(rare_words_->beginnings),
       result_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
-      by_beginning_(result_.size()) {}
+      by_beginning_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
+      sums_(tables.fullex.A_Priori_Tag_Prob_Fac.size()) {}
 
-const Guesser::row_t& Guesser::summed_row(Table& table, const step_t& step, uint64_t key) {
-  // The low bits of the shortened key are free for its length: at least 8 of them are zero, but for whole
-  // keys.
-  const uint64_t row_key = first_bits(key, step.bits) ^ static_cast<uint64_t>(step.bits);
-  if (const auto place = table.rows.find(row_key); place != table.rows.end()) return place->second;
-  row_t row;
-  std::vector<double> sums(result_.size(), 0.0);
-  for (const RareWords::word_t* word = step.begin; word != step.end; ++word) {
-    for (int k = 0; k < word->number_of_pairs; ++k)
-      sums[rare_words_->pairs[word->first_pair + k].tag] +=
-          rare_words_->pairs[word->first_pair + k].probability;
-  }
-  for (size_t tag = 0; tag < sums.size(); ++tag)
-    if (sums[tag] > 0.0) row.push_back({static_cast<int32_t>(tag), static_cast<float>(sums[tag])});
-  return table.rows.emplace(row_key, std::move(row)).first->second;
+Guesser::Table::Table(const std::vector<RareWords::word_t>& its_words)
+    : words(its_words), numbers((words.size() / Long_Row + 1) * (Key_Bits / 8 + 1), -1) {}
+
+const Guesser::row_t& Guesser::summed_row(Table& table, const step_t& step) {
+  const auto place = static_cast<size_t>(step.begin - table.words.data()) / Long_Row;
+  int32_t& number = table.numbers[place * (Key_Bits / 8 + 1) + static_cast<size_t>(step.bits / 8)];
+  if (number >= 0) return table.rows[static_cast<size_t>(number)];
+  sums_.clear();
+  add_words(step, 1.0, sums_);
+  number = static_cast<int32_t>(table.rows.size());
+  row_t& row = table.rows.emplace_back();
+  for (const int32_t tag : sums_.tags())
+    if (sums_[tag] > 0.0) row.push_back({tag, static_cast<float>(sums_[tag])});
+  return row;
 }
 
-void Guesser::add_row(Table& table, const step_t& step, uint64_t key, double weight,
-                      std::vector<double>& sum) {
-  const size_t words = step.end - step.begin;
-  if (words >= Long_Row && step.bits < Key_Bits) {
-    for (const RareWords::pair_t& pair : summed_row(table, step, key))
-      sum[pair.tag] += weight * pair.probability;
-    return;
-  }
+void Guesser::add_row(Table& table, const step_t& step, double weight, TagWeights& sum) {
+  if (static_cast<size_t>(step.end - step.begin) < Long_Row) return add_words(step, weight, sum);
+  for (const RareWords::pair_t& pair : summed_row(table, step)) sum.add(pair.tag, weight * pair.probability);
+}
+
+void Guesser::add_words(const step_t& step, double weight, TagWeights& sum) const {
   for (const RareWords::word_t* word = step.begin; word != step.end; ++word) {
-    const RareWords::pair_t* const pairs = &rare_words_->pairs[word->first_pair];
-    for (int k = 0; k < word->number_of_pairs; ++k) sum[pairs[k].tag] += weight * pairs[k].probability;
+    const RareWords::pair_t* const pairs = &rare_words_->pairs[static_cast<size_t>(word->first_pair)];
+    for (int k = 0; k < word->number_of_pairs; ++k) sum.add(pairs[k].tag, weight * pairs[k].probability);
   }
+}
+
+const Guesser::shape_t& Guesser::shape_of(uint64_t key) {
+  const uint64_t shape = key >> (Key_Bits - Shape_Bits);
+  const auto place = shapes_.find(shape);
+  return place != shapes_.end() ? place->second : shapes_.emplace(shape, make_shape(key)).first->second;
 }
 
 // The distribution of a shape, all rare words of it in account; the steps before the first byte.
-const std::vector<double>& Guesser::shape_distribution(uint64_t key) {
-  const uint64_t shape = key >> (Key_Bits - Shape_Bits);
-  if (const auto place = shapes_.find(shape); place != shapes_.end()) return place->second;
-  std::vector<double> sum(result_.size(), Any_Tag_Share / static_cast<double>(result_.size()));
+Guesser::shape_t Guesser::make_shape(uint64_t key) {
+  const size_t tags = tables_.fullex.A_Priori_Tag_Prob_Fac.size();
+  shape_t shape{std::vector<double>(tags, Any_Tag_Share / static_cast<double>(tags)), {}, {}};
   const ANODE& open_classes = tables_.affixes.Open_Class_Node();
   for (int i = 0; i < open_classes.number; ++i) {
     const tagprob_t& pair = open_classes.tagprob[i];
-    sum[pair.tag] += (1.0 - Any_Tag_Share) * std::max(pair.prob, 0.0f);
+    shape.probability[static_cast<size_t>(pair.tag)] += (1.0 - Any_Tag_Share) * std::max(pair.prob, 0.0f);
   }
+  TagWeights sum(tags);
   for (const int bits : {0, Kind_Bits, Shape_Bits}) {
     const auto before = [&](const RareWords::word_t& word, uint64_t k) { return word.key < k; };
     const uint64_t low = bits == 0 ? 0 : first_bits(key, bits);
@@ -173,16 +180,24 @@ const std::vector<double>& Guesser::shape_distribution(uint64_t key) {
     if (begin == end) continue;
     const double count = static_cast<double>(end - begin);
     const double weight = weight_before(bits);
-    for (double& p : sum) p *= weight / (count + weight);
+    for (double& p : shape.probability) p *= weight / (count + weight);
     const step_t step{&*begin, &*begin + (end - begin), Key_Bits, count};
-    add_row(endings_, step, key, 1.0 / (count + weight), sum);
+    sum.clear();
+    add_words(step, 1.0 / (count + weight), sum);
+    for (const int32_t tag : sum.tags()) shape.probability[static_cast<size_t>(tag)] += sum[tag];
   }
-  return shapes_.emplace(shape, std::move(sum)).first->second;
+  shape.tags.resize(tags);
+  std::iota(shape.tags.begin(), shape.tags.end(), 0);
+  const auto probability = [&](int32_t tag) { return shape.probability[static_cast<size_t>(tag)]; };
+  std::ranges::stable_sort(shape.tags, std::ranges::greater(), probability);
+  shape.rest.assign(tags + 1, 0.0);
+  for (size_t i = tags; i-- > 0;) shape.rest[i] = shape.rest[i + 1] + probability(shape.tags[i]);
+  return shape;
 }
 
-// Follows a key's bytes from the distribution of its shape on. The steps are found from the shortest to the
-// longest row and added the other way round, each with the weight that the longer ones leave it.
-void Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, std::vector<double>& result) {
+// Follows a key's bytes. The steps are found from the shortest to the longest row and added the other way round, each with
+// the weight that the longer ones leave it. Returns the weight that is left for the distribution of the shape.
+double Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, TagWeights& result) {
   const double own = entry != nullptr && rare_words_->is_rare(*entry) ? 1.0 : 0.0;
   const RareWords::word_t* begin = table.words.data();
   const RareWords::word_t* end = begin + table.words.size();
@@ -199,52 +214,58 @@ void Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, std:
     steps_.push_back({begin, end, bits, count});
     if ((key >> (Key_Bits - bits) & 0xFF) == Boundary) break;
   }
-  std::fill(result.begin(), result.end(), 0.0);
+  result.clear();
   double left = 1.0;
   for (size_t i = steps_.size(); i-- > 0;) {
     const step_t& step = steps_[i];
     const double weight = left / (step.count + Affix_Weight);
     if (weight * step.count > Negligible_Weight) {
-      add_row(table, step, key, weight, result);
+      add_row(table, step, weight, result);
       if (own > 0.0)
-        for (int k = 0; k < entry->n; ++k) result[entry->tag[k]] -= weight * entry->prob[k];
+        for (int k = 0; k < entry->n; ++k) result.add(entry->tag[k], -weight * entry->prob[k]);
     }
     left = weight * Affix_Weight;
   }
-  const std::vector<double>& shape = shape_distribution(key);
-  for (size_t tag = 0; tag < result_.size(); ++tag)
-    result[tag] = std::max(result[tag], 0.0) + left * shape[tag];
+  for (const int32_t tag : result.tags()) result.set(tag, std::max(result[tag], 0.0));
+  return left;
 }
 
 // The share of the beginning is its fourth root against that of the ending: its quotient over what the shape
 // alone gives counts only where it is clear.
-const std::vector<double>& Guesser::guess(const char* word, const entrydata_t* entry) {
+const TagWeights& Guesser::guess(const char* word, const entrydata_t* entry) {
   if (endings_.words.empty()) {
     guess_from_trees(word);
     return result_;
   }
   const word_keys_t keys = keys_of(word, tables_.UTF8_Processing, warn_);
-  descend(endings_, keys.ending, entry, result_);
-  descend(beginnings_, keys.beginning, entry, by_beginning_);
-  const std::vector<double>& shape = shape_distribution(keys.ending);
-  double sum = 0.0;
-  for (size_t tag = 0; tag < result_.size(); ++tag) {
-    if (result_[tag] > Negligible_Weight) {
-      const double quotient = (by_beginning_[tag] + Least_Count) / (shape[tag] + Least_Count);
-      result_[tag] *= std::sqrt(std::sqrt(quotient));
+  const double left_by_ending = descend(endings_, keys.ending, entry, result_);
+  const double left_by_beginning = descend(beginnings_, keys.beginning, entry, by_beginning_);
+  const shape_t& shape = shape_of(keys.ending);
+  size_t notable = 0;
+  while (notable < shape.tags.size() &&
+         left_by_ending * shape.probability[static_cast<size_t>(shape.tags[notable])] > Notable_Share)
+    result_.add(shape.tags[notable++], 0.0);
+  double sum = left_by_ending * shape.rest[notable];
+  for (const int32_t tag : result_.tags()) {
+    const double by_shape = shape.probability[static_cast<size_t>(tag)];
+    double p = result_[tag] + left_by_ending * by_shape;
+    if (p > Negligible_Weight) {
+      const double by_beginning = by_beginning_[tag] + left_by_beginning * by_shape;
+      p *= std::sqrt(std::sqrt((by_beginning + Least_Count) / (by_shape + Least_Count)));
     }
-    sum += result_[tag];
+    result_.set(tag, p);
+    sum += p;
   }
-  for (double& p : result_) p /= sum;
+  for (const int32_t tag : result_.tags()) result_.set(tag, result_[tag] / sum);
   return result_;
 }
 
 // Without a rare word, as after training on a corpus without the lexicon's words, the affix trees have to do.
 void Guesser::guess_from_trees(const char* word) {
-  std::fill(result_.begin(), result_.end(), 0.0);
+  result_.clear();
   const auto add = [this](const ANODE* leaf, double share) {
     if (leaf == nullptr) return;
-    for (int i = 0; i < leaf->number; ++i) result_[leaf->tagprob[i].tag] += share * leaf->tagprob[i].prob;
+    for (int i = 0; i < leaf->number; ++i) result_.add(leaf->tagprob[i].tag, share * leaf->tagprob[i].prob);
   };
   add(tables_.affixes.suffix_leaf(word), Suffix_Share);
   add(tables_.affixes.prefix_leaf(word), Prefix_Share);

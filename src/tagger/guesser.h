@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "model/tables.h"
+#include "tagger/tag_weights.h"
 
 namespace orvelle {
 
@@ -55,16 +56,21 @@ class Guesser {
   // The tables must outlive the guesser.
   Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Warn warn);
 
-  // The distribution over all tags for a word form, by tag number. `entry` is the word form's own record,
-  // which is then left out of account, or null. Valid until: the next call.
-  const std::vector<double>& guess(const char* word, const entrydata_t* entry);
+  // The distribution for a word form, without tags that have next to nothing. `entry` is the word form's own record, which
+  // is then left out of account, or null. Valid until: the next call.
+  const TagWeights& guess(const char* word, const entrydata_t* entry);
 
  private:
   // The sum of the distributions of the words in a row.
   using row_t = std::vector<RareWords::pair_t>;
   struct Table {
+    explicit Table(const std::vector<RareWords::word_t>& its_words);
+
     const std::vector<RareWords::word_t>& words;
-    std::unordered_map<uint64_t, row_t> rows;  // long rows that were summed up, by key and bits
+    std::vector<row_t> rows;  // long rows that were summed up
+    // Their numbers, -1 for a row that was not, by length of the key and the place of the first word. Long rows of one
+    // length do not overlap, so the places can be told apart without their last digits.
+    std::vector<int32_t> numbers;
   };
   // The words whose keys have the first `bits` bits in common.
   struct step_t {
@@ -73,11 +79,19 @@ class Guesser {
     int bits;
     double count;  // words in the row but the one left out
   };
+  // What a shape alone tells.
+  struct shape_t {
+    std::vector<double> probability;  // by tag
+    std::vector<int32_t> tags;        // the most probable first
+    std::vector<double> rest;         // for each of them, what it and those behind it have together; and 0
+  };
 
-  void add_row(Table& table, const step_t& step, uint64_t key, double weight, std::vector<double>& sum);
-  const row_t& summed_row(Table& table, const step_t& step, uint64_t key);
-  void descend(Table& table, uint64_t key, const entrydata_t* entry, std::vector<double>& result);
-  const std::vector<double>& shape_distribution(uint64_t key);
+  void add_words(const step_t& step, double weight, TagWeights& sum) const;
+  void add_row(Table& table, const step_t& step, double weight, TagWeights& sum);
+  const row_t& summed_row(Table& table, const step_t& step);
+  double descend(Table& table, uint64_t key, const entrydata_t* entry, TagWeights& result);
+  const shape_t& shape_of(uint64_t key);
+  shape_t make_shape(uint64_t key);
   void guess_from_trees(const char* word);
 
   const Tables& tables_;
@@ -85,9 +99,10 @@ class Guesser {
   Warn warn_;
   Table endings_;
   Table beginnings_;
-  std::unordered_map<uint64_t, std::vector<double>> shapes_;  // by the shape's byte
-  std::vector<double> result_;
-  std::vector<double> by_beginning_;
+  std::unordered_map<uint64_t, shape_t> shapes_;  // by the shape's byte
+  TagWeights result_;
+  TagWeights by_beginning_;
+  TagWeights sums_;
   std::vector<step_t> steps_;
 };
 

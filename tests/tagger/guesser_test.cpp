@@ -158,7 +158,8 @@ TEST(Guesser, GuessesAsDescribed) {
                     std::make_shared<RareWords>(ModelAccess::tables(model), silent), silent);
     const auto expect_same = [&](const std::string& word, const entry_t* entry) {
       const distribution_t expected = slow.guess(word, entry != nullptr);
-      const distribution_t got = guesser.guess(word.c_str(), entry != nullptr ? entry->data : nullptr);
+      const distribution_t got =
+          guesser.guess(word.c_str(), entry != nullptr ? entry->data : nullptr).by_tag();
       ASSERT_EQ(got.size(), expected.size());
       for (int t = 0; t < Tags; ++t)
         ASSERT_NEAR(got[t], expected[t], 2e-4)
@@ -191,7 +192,7 @@ TEST(Guesser, TakesTheAffixTreesWithoutRareWords) {
                {"walking", {.5, .5 + .01, 0}},
                {"jumps", {0, .3 + .01, 0}}};
   for (const auto& c : cases) {
-    const distribution_t got = guesser.guess(c.word, nullptr);
+    const distribution_t got = guesser.guess(c.word, nullptr).by_tag();
     for (size_t t = 0; t < c.expected.size(); ++t) EXPECT_NEAR(got[t], c.expected[t], 1e-7) << c.word << t;
   }
 }

@@ -64,7 +64,7 @@ void expect_candidates(const Model& model, Tagger& tagger, const row_t& row) {
                   Silent);
   const entry_t* const entry = model.find_entry(row.guessed);
   std::vector<double> p(4);
-  if (row.guess_share > 0) p = guesser.guess(row.guessed, entry != nullptr ? entry->data : nullptr);
+  if (row.guess_share > 0) p = guesser.guess(row.guessed, entry != nullptr ? entry->data : nullptr).by_tag();
   double largest = 0.0;
   for (int t = 0; t < 4; ++t) {
     p[t] *= row.guess_share;

@@ -51,7 +51,7 @@ void show_guess(TextOutput& out, const Model& model, const char* word, size_t mo
   const Tables& tables = ModelAccess::tables(model);
   Guesser guesser(tables, std::make_shared<RareWords>(tables, Warn()), Warn());
   distribution_t guess;
-  for (const double prob : guesser.guess(word, nullptr))
+  for (const double prob : guesser.guess(word, nullptr).by_tag())
     guess.push_back({static_cast<int>(guess.size()), prob});
   out.put("  the tagger's guess:\n");
   put_columns(out, model, best(std::move(guess), most));
