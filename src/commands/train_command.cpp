@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <chrono>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -149,8 +148,7 @@ class Trainer {
     if (std::ranges::count(inputs_, input.digest, &input_t::digest) > 1)
       remarks_.say(input.name + " was trained on as well: what it tells is not what new text would");
     if (line_.has("corpus") && dev.has_universal_tags) set_.columns = columns_of(dev, sentences, options);
-    if (line_.has("tune")) search_settings(dev, sentences, all_);
-    Model model = train(all_);
+    Model model = train_tuned(dev, sentences, all_);
     measure_on(model, dev, sentences, file_name(input.name));
     return model;
   }
@@ -161,8 +159,8 @@ class Trainer {
     if (all_.size() < Least_Sentences || !can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
       return;
     training_set_t whole = std::exchange(set_, make_set(parts.training));
-    if (line_.has("tune")) search_settings(treebank_, parts.test, parts.training);
-    measure_on(train(parts.training), treebank_, parts.test, "a tenth that was held out");
+    measure_on(train_tuned(treebank_, parts.test, parts.training), treebank_, parts.test,
+               "a tenth that was held out");
     set_ = std::move(whole);
   }
 
@@ -208,22 +206,35 @@ class Trainer {
       settings_.UTF8_Processing = encoding_of(set_.texts.lexicon.text) == encoding_t::Utf8;
   }
 
-  // The search knows the first pass alone. What it finds must be better with the second look as well.
-  void search_settings(const Treebank& treebank, const sentences_t& sentences, const sentences_t& training) {
+  // Trains with the settings that were told, or with --tune with the better ones of these and those of a search.
+  // The search knows the first pass alone; what it finds must be better with the second look as well.
+  Model train_tuned(const Treebank& treebank, const sentences_t& sentences, const sentences_t& training) {
+    const Settings usual = settings_,
+                   found = line_.has("tune") ? search_settings(treebank, sentences) : usual;
+    Model by_usual = train(training);
+    if (found == usual) return by_usual;
+    settings_ = found;
+    Model by_found = train(training);
+    const score_t usual_score = measure(by_usual, treebank, sentences).all,
+                  found_score = measure(by_found, treebank, sentences).all;
+    constexpr int64_t Noticeable_Share = 1000;  // one word in so many
+    if (found_score.right - usual_score.right > usual_score.words / Noticeable_Share) return by_found;
+    settings_ = usual;
+    return by_usual;
+  }
+
+  Settings search_settings(const Treebank& treebank, const sentences_t& sentences) {
     const size_t jobs = jobs_option(line_, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 64));
     const Folds folds(set_.texts, settings_.SENT_TAG, {"", corpus_text(treebank, sentences, "\n")});
     out_.put("\n");
-    Search search(folds, jobs, std::chrono::steady_clock::time_point::max(), out_, remarks_);
-    const Settings usual = settings_, found = search.run(settings_, !line_.has("no-second-look")).settings;
+    Search search(folds, {jobs, !line_.has("no-second-look")}, out_, remarks_);
+    // A model file chooses by word.
+    const Settings found = search.run({settings_, tagger_options_t::Choice::Word}).choice.settings;
+    search.tell_failures();
     if (search.was_stopped()) out_.put("stopped; going on with the best so far\n");
     out_.put("\n");
     out_.flush();
-    if (found == usual) return;
-    const score_t by_usual = measure(train(training), treebank, sentences).all;
-    settings_ = found;
-    const score_t by_found = measure(train(training), treebank, sentences).all;
-    constexpr int64_t Noticeable_Share = 1000;  // one word in so many
-    if (by_found.right - by_usual.right <= by_usual.words / Noticeable_Share) settings_ = usual;
+    return found;
   }
 
   // In a treebank without marks at sentence ends the tag that most sentences end in has to do.
@@ -255,7 +266,7 @@ class Trainer {
   }
 
   second_look_weights_t learn_from_files(bool splits_tags) const {
-    const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, 1);
+    const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, Folds::Dealing::Random_Sentences);
     return learn_second_look(folds.tokens(), splits_tags, settings_,
                              [&](size_t fold) { return folds.unseen_fold(fold); });
   }

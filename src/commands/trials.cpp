@@ -2,7 +2,9 @@
 #include "commands/trials.h"
 
 #include <chrono>
+#include <new>
 #include <numeric>
+#include <stdexcept>
 #include <unordered_map>
 
 #include "commands/escape.h"
@@ -18,6 +20,8 @@ namespace orvelle {
 
 namespace {
 
+constexpr size_t Many_Words = 250'000;  // to tag in the trials of one choice
+
 // Calls `action(line, number)` for each line as the training reads it, NUL-terminated and free to be split in place.
 template <class Action>
 void for_each_line(std::string_view text, Action action) {
@@ -28,7 +32,6 @@ void for_each_line(std::string_view text, Action action) {
 // The same numbers on every platform, which the standard's distributions do not promise (splitmix64).
 class Random {
  public:
-  explicit Random(uint64_t seed) : state_(seed) {}
   uint64_t operator()() {
     uint64_t x = state_ += 0x9E3779B97F4A7C15;
     x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9;
@@ -37,7 +40,7 @@ class Random {
   }
 
  private:
-  uint64_t state_;
+  uint64_t state_ = 1;
 };
 
 // Where things are met: the fold, if it is one alone.
@@ -65,20 +68,38 @@ uint64_t pair_of(const Word& word) {
 
 struct trial_job_t {
   size_t trial, fold;
-  bool failed = false;
+  std::string failure{};
   evaluation_t result{};
 };
 
+// What `run` throws says; "" if it comes to its end.
+template <class Run>
+std::string failure_of(Run run) {
+  try {
+    run();
+    return {};
+  } catch (const Error& failure) {
+    return message_of(failure);
+  } catch (const std::bad_alloc&) {
+    return "Not enough memory";
+  } catch (const std::length_error&) {
+    return "Not enough memory";
+  } catch (const std::exception& failure) {
+    return failure.what();
+  }
+}
+
 }  // namespace
 
-Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, uint64_t seed)
+Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing)
     : texts_(texts), sentence_tag_(strings_.number(sentence_tag)), folds_(folds) {
   read_lexicon();
   read_corpus(texts.corpus);
   if (sentences_.size() < folds)
     stop(formatted("%s has %zu sentences, too few for %zu folds", texts.corpus.name.c_str(),
                    sentences_.size(), folds));
-  deal_out(seed);
+  deal_out(dealing);
+  tagged_share_ += tokens_.size() / Many_Words;
   make_lexicons();
   for (fold_t& fold : folds_) {
     for_each_open_class(texts.open_classes.text, [&fold](int64_t, const char* tag) {
@@ -126,12 +147,17 @@ void Folds::read_corpus(const training_text_t& corpus) {
 }
 
 // The folds are equally large but for one sentence.
-void Folds::deal_out(uint64_t seed) {
-  std::vector<size_t> order(sentences_.size());
+void Folds::deal_out(Dealing dealing) {
+  const size_t count = sentences_.size();
+  if (dealing == Dealing::Stretches) {
+    for (size_t i = 0; i < count; ++i) sentences_[i].fold = i * folds_.size() / count;
+    return;
+  }
+  std::vector<size_t> order(count);
   std::iota(order.begin(), order.end(), size_t{0});
-  Random random(seed);
-  for (size_t i = order.size(); i > 1; --i) std::swap(order[i - 1], order[random() % i]);
-  for (size_t i = 0; i < order.size(); ++i) sentences_[order[i]].fold = i % folds_.size();
+  Random random;
+  for (size_t i = count; i > 1; --i) std::swap(order[i - 1], order[random() % i]);
+  for (size_t i = 0; i < count; ++i) sentences_[order[i]].fold = i % folds_.size();
 }
 
 void Folds::make_lexicons() {
@@ -193,17 +219,21 @@ unseen_fold_t Folds::unseen_fold(size_t fold) const {
   return unseen;
 }
 
-evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
+evaluation_t Folds::try_out(size_t fold, const choice_t& choice) const {
   const Model model = [&] {
     const std::string corpus = training_corpus(fold);
     TrainingInputs inputs = texts_.inputs();
     inputs.lexicon.text = folds_[fold].lexicon;
     inputs.open_classes.text = folds_[fold].open_classes;
     inputs.corpus.text = corpus;
-    return make_model(train(inputs, settings, {}));
+    return make_model(train(inputs, choice.settings, {}));
   }();
-  Evaluator evaluator(model, Tagger(model), false);
-  for (const sentence_t& sentence : sentences_) {
+  tagger_options_t options;
+  options.choice = choice.decoding;
+  options.warn = {};
+  Evaluator evaluator(model, Tagger(model, options), false);
+  for (size_t place = 0; place < sentences_.size(); place += tagged_share_) {
+    const sentence_t& sentence = sentences_[place];
     if (sentence.fold != fold) continue;
     for (size_t i = sentence.first; i < sentence.end; ++i)
       evaluator.add(strings_.text(tokens_[i].form), strings_.text(tokens_[i].tag));
@@ -215,15 +245,12 @@ evaluation_t Folds::try_out(size_t fold, const Settings& settings) const {
 bool Folds::run(std::vector<trial_t>& trials, size_t jobs, ProgressLine& progress,
                 const std::function<void(const trial_t&)>& take, const std::function<bool()>& is_over) const {
   const auto work = [&](trial_job_t& job) {
-    job.failed = exit_status([&] {
-      job.result = try_out(job.fold, trials[job.trial].settings);
-      return 0;
-    });
+    job.failure = failure_of([&] { job.result = try_out(job.fold, trials[job.trial].choice); });
   };
   size_t done = 0;
   const auto take_job = [&](trial_job_t& job) {
     trial_t& trial = trials[job.trial];
-    trial.failed = trial.failed || job.failed;
+    if (trial.failure.empty()) trial.failure = job.failure;
     trial.all.add(job.result.all);
     trial.known.add(job.result.known);
     trial.unknown.add(job.result.unknown);

@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Trials of training settings: each trains on all folds of a corpus but one and tags that one.
 //
-//   corpus       sentence 1  sentence 2  sentence 3  sentence 4 ...      shuffled by the seed
-//   fold             2           0           1           2
+//   corpus       sentences 1 to 100   101 to 200   201 to 300
+//   fold                0                 1            2
 //
 //   fold 0       train on folds 1 and 2, tag fold 0, and so on
+//
+// A fold is one stretch of the corpus, so that few of its documents are in the training as well, as with new text. On
+// English web text (UD English-EWT) that promises 93.2% where the dev and test files give 92.7 and 93.4; twenty shorter
+// stretches a fold 93.9, random sentences 94.5.
 //
 // The files are read once; a trial makes the text of its corpus from them, and all that it makes is gone when it ends.
 #pragma once
@@ -25,14 +29,22 @@
 
 namespace orvelle {
 
-// What the trials of one choice of settings came to.
-struct trial_t {
+// How to train and how to tag.
+struct choice_t {
   Settings settings;
+  tagger_options_t::Choice decoding = tagger_options_t::Choice::Path;
+
+  bool operator==(const choice_t&) const = default;
+};
+
+// What the trials of one choice came to.
+struct trial_t {
+  choice_t choice;
   score_t all;
   score_t known;
   score_t unknown;
   std::vector<double> accuracy;  // by fold
-  bool failed = false;           // a training ended with an error, which it told on standard error
+  std::string failure;           // what the first training that failed said
 };
 
 class Folds {
@@ -41,7 +53,8 @@ class Folds {
   // held-out sentences know: its tags that are seen there and nowhere else. What the corpus never shows stays, as do
   // the last word form of a tag that the training needs. Texts that cannot be used are a Failure. They must outlive the
   // object.
-  Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, uint64_t seed);
+  enum class Dealing { Stretches, Random_Sentences };
+  Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing);
 
   // One fold: trains on all of the texts and tags the corpus `dev`.
   Folds(const training_texts_t& texts, std::string_view sentence_tag, const training_text_t& dev);
@@ -49,6 +62,8 @@ class Folds {
   size_t size() const { return folds_.size(); }
   size_t sentences() const { return sentences_.size(); }
   size_t tokens() const { return tokens_.size(); }
+  // A trial tags one sentence in so many; of a large corpus that tells enough, and tagging is most of the work.
+  size_t tagged_share() const { return tagged_share_; }
 
   // What a fold is trained on, and its own sentences.
   unseen_fold_t unseen_fold(size_t fold) const;
@@ -79,10 +94,10 @@ class Folds {
 
   void read_lexicon();
   void read_corpus(const training_text_t& corpus);
-  void deal_out(uint64_t seed);
+  void deal_out(Dealing dealing);
   void make_lexicons();
   std::string training_corpus(size_t fold) const;
-  evaluation_t try_out(size_t fold, const Settings& settings) const;
+  evaluation_t try_out(size_t fold, const choice_t& choice) const;
 
   const training_texts_t& texts_;
   StringTable strings_;
@@ -91,6 +106,7 @@ class Folds {
   std::vector<token_t> tokens_;
   std::vector<sentence_t> sentences_;
   std::vector<fold_t> folds_;
+  size_t tagged_share_ = 1;
 };
 
 }  // namespace orvelle
