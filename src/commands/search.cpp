@@ -135,7 +135,6 @@ void Search::try_all(const char* stage, const std::vector<choice_t>& choices) {
       trials.back().choice = choice;
     }
   if (trials.empty()) return;
-  if (!trials_.empty()) put_best();
   Interrupts interrupts;
   ProgressLine progress(remarks_, stage);
   const auto take = [&](const trial_t& trial) {
@@ -149,7 +148,7 @@ void Search::try_all(const char* stage, const std::vector<choice_t>& choices) {
   was_stopped_ = !folds_.run(trials, options_.jobs, progress, take, is_over);
   for (const trial_t& trial : trials)
     if (trial.accuracy.size() == folds_.size()) trials_.push_back(trial);
-  best();
+  if (!was_stopped_) put_best();
 }
 
 void Search::put_row(const trial_t& trial) {
