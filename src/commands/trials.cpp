@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "commands/trials.h"
 
+#include <algorithm>
 #include <chrono>
 #include <new>
 #include <numeric>
@@ -20,7 +21,7 @@ namespace orvelle {
 
 namespace {
 
-constexpr size_t Many_Words = 250'000;  // to tag in the trials of one choice
+constexpr size_t Enough_Words = 125'000;  // to tag in the trials of one choice
 
 // Calls `action(line, number)` for each line as the training reads it, NUL-terminated and free to be split in place.
 template <class Action>
@@ -99,7 +100,7 @@ Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_
     stop(formatted("%s has %zu sentences, too few for %zu folds", texts.corpus.name.c_str(),
                    sentences_.size(), folds));
   deal_out(dealing);
-  tagged_share_ += tokens_.size() / Many_Words;
+  tagged_share_ = std::max<size_t>(1, tokens_.size() / Enough_Words);
   make_lexicons();
   for (fold_t& fold : folds_) {
     for_each_open_class(texts.open_classes.text, [&fold](int64_t, const char* tag) {
