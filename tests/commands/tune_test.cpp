@@ -189,6 +189,34 @@ TEST_F(TuneTest, RecommendsTheBestOfWhatItTried) {
   EXPECT_EQ(orvelle("evaluate par corpus").status, 0);
 }
 
+// A model file chooses by word, so nothing else is tried for one; what it gets is no less than with the usual settings.
+TEST_F(TuneTest, TrainsWithWhatItFound) {
+  std::string treebank = noisy_corpus();
+  for (size_t at = 0; (at = treebank.find("SENT\n", at)) != std::string::npos; at += 5)
+    treebank.insert(at + 5, "\n");
+  dir_.write("bank", treebank + "\n"),
+      dir_.write("dev", treebank.substr(0, treebank.find("\n\n", treebank.size() / 3) + 2));
+  const auto right_of = [](const result_t& result) {
+    EXPECT_EQ(result.status, 0) << result.err;
+    double right = 0.0;
+    const size_t at = result.out.find("right: ");
+    EXPECT_EQ(std::sscanf(result.out.substr(std::min(at, result.out.size())).c_str(), "right: %lf%%", &right),
+              1)
+        << result.out;
+    return right;
+  };
+  const std::string rest = " --no-second-look --settings '-cl 1 -dtg 0.5' --dev dev bank model";
+  const double usual = right_of(orvelle("train" + rest));
+  const result_t tuned = orvelle("train --tune" + rest);
+  EXPECT_GT(right_of(tuned), usual);
+  EXPECT_EQ(count_of(tuned.out, "    path "), 0) << tuned.out;
+  EXPECT_GT(count_of(tuned.out, "    word "), 20) << tuned.out;
+  const size_t best = tuned.out.rfind("best so far, by word: ") + 22;
+  EXPECT_NE(tuned.out.find(" bytes, with " + tuned.out.substr(best, tuned.out.find('\n', best) - best)),
+            std::string::npos)
+      << tuned.out;
+}
+
 // A corpus of its own to tag, which has what the training does not show; a few trials, or none when there is no time.
 TEST_F(TuneTest, TriesOnADevFile) {
   dir_.write("lex", ".\tSENT .\nw\tA w\tB w\n"), dir_.write("open", "A B"),
