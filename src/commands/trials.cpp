@@ -21,7 +21,8 @@ namespace orvelle {
 
 namespace {
 
-constexpr size_t Enough_Words = 125'000;  // to tag in the trials of one choice
+constexpr size_t Enough_Words = 125'000;        // to tag in the trials of one choice
+constexpr size_t Least_Tagged_Sentences = 100;  // of a fold, in a corpus of few and long ones
 
 // Calls `action(line, number)` for each line as the training reads it, NUL-terminated and free to be split in place.
 template <class Action>
@@ -100,7 +101,9 @@ Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_
     stop(formatted("%s has %zu sentences, too few for %zu folds", texts.corpus.name.c_str(),
                    sentences_.size(), folds));
   deal_out(dealing);
-  tagged_share_ = std::max<size_t>(1, tokens_.size() / Enough_Words);
+  const size_t least_sentences = Least_Tagged_Sentences * folds;
+  tagged_share_ =
+      std::max<size_t>(1, std::min(tokens_.size() / Enough_Words, sentences_.size() / least_sentences));
   make_lexicons();
   for (fold_t& fold : folds_) {
     for_each_open_class(texts.open_classes.text, [&fold](int64_t, const char* tag) {

@@ -94,6 +94,9 @@ TEST_F(TuneTest, TagsAPartOfALargeCorpus) {
       trials, 2, progress, [](const trial_t&) {}, [] { return false; });
   EXPECT_EQ(folds.tagged_share(), 2u);
   EXPECT_EQ(trials[0].all.words, 150'000);
+  const training_texts_t long_sentences = {
+      texts.lexicon, texts.open_classes, {"corpus", times(9, times(30'000, "w\tA\n") + ".\tSENT\n")}};
+  EXPECT_EQ(Folds(long_sentences, "SENT", 3, Folds::Dealing::Stretches).tagged_share(), 1u);
 }
 
 // Where one training in a search fails, the others go on.
