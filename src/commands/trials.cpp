@@ -34,6 +34,7 @@ void for_each_line(std::string_view text, Action action) {
 // The same numbers on every platform, which the standard's distributions do not promise (splitmix64).
 class Random {
  public:
+  explicit Random(uint64_t seed) : state_(seed) {}
   uint64_t operator()() {
     uint64_t x = state_ += 0x9E3779B97F4A7C15;
     x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9;
@@ -42,7 +43,7 @@ class Random {
   }
 
  private:
-  uint64_t state_ = 1;
+  uint64_t state_;
 };
 
 // Where things are met: the fold, if it is one alone.
@@ -93,14 +94,15 @@ std::string failure_of(Run run) {
 
 }  // namespace
 
-Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing)
+Folds::Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing,
+             uint64_t seed)
     : texts_(texts), sentence_tag_(strings_.number(sentence_tag)), folds_(folds) {
   read_lexicon();
   read_corpus(texts.corpus);
   if (sentences_.size() < folds)
     stop(formatted("%s has %zu sentences, too few for %zu folds", texts.corpus.name.c_str(),
                    sentences_.size(), folds));
-  deal_out(dealing);
+  deal_out(dealing, seed);
   const size_t least_sentences = Least_Tagged_Sentences * folds;
   tagged_share_ =
       std::max<size_t>(1, std::min(tokens_.size() / Enough_Words, sentences_.size() / least_sentences));
@@ -151,15 +153,16 @@ void Folds::read_corpus(const training_text_t& corpus) {
 }
 
 // The folds are equally large but for one sentence.
-void Folds::deal_out(Dealing dealing) {
+void Folds::deal_out(Dealing dealing, uint64_t seed) {
   const size_t count = sentences_.size();
+  Random random(seed);
   if (dealing == Dealing::Stretches) {
-    for (size_t i = 0; i < count; ++i) sentences_[i].fold = i * folds_.size() / count;
+    const size_t first = seed == 1 ? 0 : random() % count;
+    for (size_t i = 0; i < count; ++i) sentences_[(first + i) % count].fold = i * folds_.size() / count;
     return;
   }
   std::vector<size_t> order(count);
   std::iota(order.begin(), order.end(), size_t{0});
-  Random random;
   for (size_t i = count; i > 1; --i) std::swap(order[i - 1], order[random() % i]);
   for (size_t i = 0; i < count; ++i) sentences_[order[i]].fold = i % folds_.size();
 }

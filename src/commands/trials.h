@@ -54,7 +54,9 @@ class Folds {
   // the last word form of a tag that the training needs. Texts that cannot be used are a Failure. They must outlive the
   // object.
   enum class Dealing { Stretches, Random_Sentences };
-  Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing);
+  // Another `seed`, other folds.
+  Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing,
+        uint64_t seed = 1);
 
   // One fold: trains on all of the texts and tags the corpus `dev`.
   Folds(const training_texts_t& texts, std::string_view sentence_tag, const training_text_t& dev);
@@ -94,7 +96,7 @@ class Folds {
 
   void read_lexicon();
   void read_corpus(const training_text_t& corpus);
-  void deal_out(Dealing dealing);
+  void deal_out(Dealing dealing, uint64_t seed);
   void make_lexicons();
   std::string training_corpus(size_t fold) const;
   evaluation_t try_out(size_t fold, const choice_t& choice) const;

@@ -35,15 +35,16 @@ constexpr char Help[] =
     "  --quick             the first and largest steps of the search alone\n"
     "  --minutes N         begin no training after so many minutes\n"
     "  --folds N           parts of the corpus, 2 to 100 (5)\n"
+    "  --seed N            another number, other places to cut (1)\n"
     "  --jobs N            trainings at a time (one for each processor)\n"
     "  --sentence-tag TAG  the tag of sentence ends, as for train-orvelle -st (SENT)\n"
     "  --column KIND       the tags of CoNLL-U as --dev: xpos, upos or upos+feats (xpos)\n"
     "  --utf8              word forms are UTF-8, as for train-orvelle -utf8 (if there are\n"
     "                      such in the lexicon)\n";
 
-constexpr option_t Options[] = {{"dev", "FILE"},    {"quick", nullptr}, {"minutes", "N"},
-                                {"folds", "N"},     {"jobs", "N"},      {"sentence-tag", "TAG"},
-                                {"column", "KIND"}, {"utf8", nullptr}};
+constexpr option_t Options[] = {{"dev", "FILE"},         {"quick", nullptr}, {"minutes", "N"},
+                                {"folds", "N"},          {"seed", "N"},      {"jobs", "N"},
+                                {"sentence-tag", "TAG"}, {"column", "KIND"}, {"utf8", nullptr}};
 
 std::string command_line(const Settings& settings, const std::vector<const char*>& files) {
   std::string text = "train-orvelle " + options_of(settings);
@@ -74,6 +75,7 @@ training_text_t read_dev(const CommandLine& line, Remarks& remarks) {
 
 int tune_command(const CommandLine& line, Remarks& remarks) {
   const auto parts = static_cast<size_t>(line.integer("folds", 5, 2, 100));
+  const auto seed = static_cast<uint64_t>(line.integer("seed", 1, 0, INT64_MAX));
   const size_t jobs = jobs_option(line, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 1024));
   const std::chrono::minutes minutes(line.integer("minutes", 1000000, 1, 1000000));
   Settings start;
@@ -85,7 +87,7 @@ int tune_command(const CommandLine& line, Remarks& remarks) {
   const training_texts_t texts = {read_whole(files[0]), read_whole(files[1]), read_whole(files[2])};
   start.UTF8_Processing = line.has("utf8") || encoding_of(texts.lexicon.text) == encoding_t::Utf8;
   const Folds folds = line.has("dev") ? Folds(texts, start.SENT_TAG, read_dev(line, remarks))
-                                      : Folds(texts, start.SENT_TAG, parts, Folds::Dealing::Stretches);
+                                      : Folds(texts, start.SENT_TAG, parts, Folds::Dealing::Stretches, seed);
   TextOutput out("-");
   out.print("%zu words, %zu sentences, %s", folds.tokens(), folds.sentences(),
             line.has("dev") ? "to tag" : counted(static_cast<int64_t>(folds.size()), "fold").c_str());
