@@ -60,18 +60,19 @@ void SecondLookLearner::learn_sentence(SecondLookView& view, std::span<const Can
   for (const bool learns : {false, true}) {
     double* of_word = posteriors.data();
     for (size_t i = 0; i < words.size(); of_word += words[i++].candidates.size()) {
-      const open_word_t word = look_at(view, i, words[i], of_word);
+      look_at(view, i, words[i], of_word);
       if (!learns) continue;
       const candidates_t candidates = words[i].candidates;
       const auto right = std::ranges::find(candidates, gold[i], &candidate_t::tag);
       if (right == candidates.end()) continue;
       const auto place = static_cast<size_t>(right - candidates.begin());
-      const auto open_place = static_cast<size_t>(std::ranges::find(word.open, place) - word.open.begin());
-      if (word.open.size() > 1) {
-        if (open_place < word.open.size()) learn_word(word, open_place);
+      const std::span<const uint16_t> open = view.open_candidates(i);
+      if (open.size() > 1) {
+        const auto open_place = static_cast<size_t>(std::ranges::find(open, place) - open.begin());
+        if (open_place < open.size()) learn_word(open_place);
         double left = 0.0;
-        for (const uint16_t k : word.open) left += of_word[k];
-        for (size_t k = 0; k < word.open.size(); ++k) of_word[word.open[k]] = left * scores_[k];
+        for (const uint16_t k : open) left += of_word[k];
+        for (size_t k = 0; k < open.size(); ++k) of_word[open[k]] = left * scores_[k];
       }
       if (++seen_ % Judged_Share == 0) judge({of_word, candidates.size()}, place);
     }
@@ -79,22 +80,18 @@ void SecondLookLearner::learn_sentence(SecondLookView& view, std::span<const Can
 }
 
 // Finds the probabilities of the open tags by the weights so far, and takes the best.
-SecondLookLearner::open_word_t SecondLookLearner::look_at(SecondLookView& view, size_t word,
-                                                          const Candidates::word_t& found,
-                                                          const double* posteriors) {
+void SecondLookLearner::look_at(SecondLookView& view, size_t word, const Candidates::word_t& found,
+                                const double* posteriors) {
   const std::span<const uint16_t> open = view.open_candidates(word);
-  if (open.size() < 2) return {open, {}, {}};
-  const open_word_t result{open, view.features(word), view.parts(found, open)};
-  for (const std::vector<uint32_t>& of_tag : result.parts)
-    for (const uint32_t part : of_tag)
-      for (const uint32_t f : result.features) __builtin_prefetch(&cells_[place_of(f, part, bits_)], 1);
+  if (open.size() < 2) return;
+  find_places(view.features(word), view.parts(found, open));
   scores_.clear();
   logarithms_.clear();
+  size_t place = 0;
   for (size_t i = 0; i < open.size(); ++i) {
     logarithms_.push_back(std::log(posteriors[open[i]]));
     double score = scale_ * logarithms_.back();
-    for (const uint32_t part : result.parts[i])
-      for (const uint32_t f : result.features) score += cells_[place_of(f, part, bits_)].weight;
+    while (place < tags_[i].end) score += cells_[places_[place++]].weight;
     scores_.push_back(score);
   }
   const auto best = std::ranges::max_element(scores_);
@@ -103,21 +100,34 @@ SecondLookLearner::open_word_t SecondLookLearner::look_at(SecondLookView& view, 
   double total = 0.0;
   for (double& score : scores_) total += score = std::exp(score - largest);
   for (double& score : scores_) score /= total;
-  return result;
+}
+
+void SecondLookLearner::find_places(std::span<const uint32_t> features,
+                                    std::span<const std::vector<uint32_t>> parts) {
+  places_.clear();
+  tags_.clear();
+  for (const std::vector<uint32_t>& of_tag : parts) {
+    for (const uint32_t part : of_tag)
+      for (const uint32_t f : features) {
+        places_.push_back(place_of(f, part, bits_));
+        __builtin_prefetch(&cells_[places_.back()], 1);
+      }
+    tags_.push_back({places_.size(), of_tag.size()});
+  }
 }
 
 // A tag of many parts would move as many times as far: the step is divided among them.
-void SecondLookLearner::learn_word(const open_word_t& word, size_t gold) {
-  for (size_t i = 0; i < word.parts.size(); ++i) {
+void SecondLookLearner::learn_word(size_t gold) {
+  size_t place = 0;
+  for (size_t i = 0; i < tags_.size(); ++i) {
     const double gradient = scores_[i] - (i == gold ? 1.0 : 0.0);
-    if (std::abs(gradient) < Least_Gradient) continue;
-    const double step = Rate * gradient / static_cast<double>(word.parts[i].size());
-    for (const uint32_t part : word.parts[i])
-      for (const uint32_t f : word.features) {
-        cell_t& cell = cells_[place_of(f, part, bits_)];
-        cell.squares += static_cast<float>(gradient * gradient);
-        cell.weight -= static_cast<float>(step / std::sqrt(cell.squares + Least_Square));
-      }
+    const double step = Rate * gradient / static_cast<double>(tags_[i].parts);
+    if (std::abs(gradient) < Least_Gradient) place = tags_[i].end;
+    for (; place < tags_[i].end; ++place) {
+      cell_t& cell = cells_[places_[place]];
+      cell.squares += static_cast<float>(gradient * gradient);
+      cell.weight -= static_cast<float>(step / std::sqrt(cell.squares + Least_Square));
+    }
   }
   learn_scale(gold);
 }

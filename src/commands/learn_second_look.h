@@ -40,26 +40,26 @@ class SecondLookLearner {
     float squares = 0.0f;  // sum of the squares of its gradients
   };
 
-  // A word whose tag is open, as a model sees it.
-  struct open_word_t {
-    std::span<const uint16_t> open;  // places of the candidates
-    std::span<const uint32_t> features;
-    std::span<const std::vector<uint32_t>> parts;
-  };
-
   void learn_sentence(SecondLookView& view, std::span<const Candidates::word_t> words,
                       std::span<const int32_t> gold, std::span<double> posteriors);
-  open_word_t look_at(SecondLookView& view, size_t word, const Candidates::word_t& found,
-                      const double* posteriors);
-  void learn_word(const open_word_t& word, size_t gold);
+  void look_at(SecondLookView& view, size_t word, const Candidates::word_t& found, const double* posteriors);
+  void find_places(std::span<const uint32_t> features, std::span<const std::vector<uint32_t>> parts);
+  void learn_word(size_t gold);
   void learn_scale(size_t gold);
   void judge(std::span<const double> probabilities, size_t gold);
 
   int bits_;
   bool splits_tags_;
   std::vector<cell_t> cells_;
-  double scale_ = 1.0;                         // of the logarithms of the first pass
-  double scale_squares_ = 1.0;                 // as in a cell
+  double scale_ = 1.0;          // of the logarithms of the first pass
+  double scale_squares_ = 1.0;  // as in a cell
+  // Of the word that was looked at last: the places of its weights in the table, one open tag behind the other.
+  struct open_tag_t {
+    size_t end;    // of its places
+    size_t parts;  // how many it has
+  };
+  std::vector<uint32_t> places_;
+  std::vector<open_tag_t> tags_;
   std::vector<double> logarithms_;             // of the open tags
   std::vector<double> scores_;                 // of the open tags: their probabilities
   std::array<double, Temperatures> losses_{};  // by temperature, from the least on

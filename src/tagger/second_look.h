@@ -90,7 +90,7 @@ class SecondLookView {
 };
 
 // Where the weight of a feature and a tag's part stands in a table of 2^bits.
-inline size_t place_of(uint32_t feature, uint32_t part, int bits) {
+inline uint32_t place_of(uint32_t feature, uint32_t part, int bits) {
   return ((feature ^ part) * 0x9E3779B1u) >> (32 - bits);
 }
 
