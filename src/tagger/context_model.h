@@ -38,6 +38,11 @@ class ContextModel {
     return tree_.leaves[slot[0]];
   }
 
+  // Asks the memory for what probability will read.
+  void prefetch(const context_leaf_t& leaf, int32_t tag) const {
+    if (leaf.n == number_of_tags_) __builtin_prefetch(&leaf.prob[tag]);
+  }
+
   // The probability of a tag at a leaf. A tree trained without smoothing leaves tags out, and a text would have no path
   // through the first context that the training has not seen: such a leaf is mixed with the tags' overall distribution,
   // which counts for Sparse_Leaf_Weight n-grams. Around all that lie a floor and a ceiling, for values that no path

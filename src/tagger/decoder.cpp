@@ -110,6 +110,13 @@ void Decoder::posteriors(std::span<const candidates_t> words, const int32_t* pre
   }
 }
 
+void Decoder::prefetch_pairs(candidates_t from, candidates_t to) {
+  for (const candidate_t& a : from) {
+    const context_leaf_t& leaf = context_.leaf(&a.tag);
+    for (const candidate_t& b : to) context_.prefetch(leaf, b.tag);
+  }
+}
+
 // With one preceding tag, or none, the states of a word are its candidates, and all lies in flat arrays.
 void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
                                   std::vector<double>& result) {
@@ -126,6 +133,7 @@ void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const int
   size_t last = 0;  // where the word before begins in forward_
   for (size_t i = 0; i < words.size(); ++i) {
     const candidates_t from = before(i), to = words[i];
+    if (i + 1 < words.size()) prefetch_pairs(to, words[i + 1]);
     const size_t first = last + from.size();
     forward_.resize(first + to.size(), 0.0);
     for (size_t a = 0; a < from.size(); ++a) {

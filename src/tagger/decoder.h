@@ -57,6 +57,7 @@ class Decoder {
   void add_word(candidates_t before, candidates_t last, candidates_t now);
   void posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
                            std::vector<double>& result);
+  void prefetch_pairs(candidates_t from, candidates_t to);
   void make_lattice(std::span<const candidates_t> words, const int32_t* preceding);
   void extend(candidates_t candidates, size_t first, size_t end);
   void prune(size_t first);
