@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/binary_output.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "support/errors.h"
@@ -18,16 +19,15 @@ BinaryOutput::BinaryOutput(const char* name) : BinaryOutput(open_output(name)) {
 BinaryOutput::BinaryOutput(File file, Checksum* checksum)
     : file_(std::move(file)),
       checksum_(checksum),
-      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size)) {}
+      buffer_(std::make_unique_for_overwrite<char[]>(Piece_Size + Max_Place)) {}
 
 void BinaryOutput::bytes(const void* data, size_t size) {
-  if (size == 0) return;
-  if (size > Buffer_Size) {
-    flush();
-    write(data, size);
-    return;
+  for (const char* from = static_cast<const char*>(data); size > 0;) {
+    const size_t part = std::min(size, Max_Place);
+    std::memcpy(place(part), from, part);
+    from += part;
+    size -= part;
   }
-  std::memcpy(place(size), data, size);
 }
 
 // What the system still held back may be what does not fit.
@@ -37,13 +37,19 @@ void BinaryOutput::close() {
 }
 
 void BinaryOutput::flush() {
-  write(buffer_.get(), used_);
+  write(used_);
   used_ = 0;
 }
 
-void BinaryOutput::write(const void* data, size_t size) {
-  if (std::fwrite(data, 1, size, file_.get()) != size) cannot_write();
-  if (checksum_ != nullptr) checksum_->add({static_cast<const char*>(data), size});
+void BinaryOutput::write_piece() {
+  write(Piece_Size);
+  used_ -= Piece_Size;
+  std::memcpy(buffer_.get(), buffer_.get() + Piece_Size, used_);
+}
+
+void BinaryOutput::write(size_t size) {
+  if (std::fwrite(buffer_.get(), 1, size, file_.get()) != size) cannot_write();
+  if (checksum_ != nullptr) checksum_->add({buffer_.get(), size});
 }
 
 }  // namespace orvelle

@@ -2,6 +2,7 @@
 // The ends of files and buffers; what lies between them is compared for whole models.
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <vector>
 
 #include "support/binary_input.h"
@@ -58,13 +59,41 @@ TEST(BinaryInput, ReservesNoMoreThanTheRestCanHold) {
   EXPECT_EQ(BinaryInput("/dev/zero").reservable(1 << 30, 8), 0u);
 }
 
+// Values, places and strings of bytes that lie across the ends of pieces, and flushes between them.
+TEST(BinaryOutput, PiecesFollowEachOther) {
+  const TempDir dir;
+  const std::string all = [] {
+    std::string text(5 * BinaryOutput::Piece_Size, '\0');
+    for (size_t i = 0; i < text.size(); ++i) text[i] = static_cast<char>(i * 7 + i / 251);
+    return text;
+  }();
+  constexpr size_t Most = BinaryOutput::Max_Place, Piece = BinaryOutput::Piece_Size;
+  for (const size_t size : {size_t{1}, size_t{3}, Most - 1, Most, Most + 1, Piece, 2 * Piece + Most + 5})
+    for (const bool flushes : {false, true}) {
+      const std::string name = dir.path("file");
+      BinaryOutput out(name.c_str());
+      size_t used = 0;
+      for (size_t round = 0; used + size + sizeof(double) <= all.size(); ++round) {
+        out.bytes(all.data() + used, size);
+        used += size;
+        double value;
+        std::memcpy(&value, all.data() + used, sizeof value);
+        out.value(value);
+        used += sizeof value;
+        if (flushes && round % 5 == 0) out.flush();
+      }
+      out.close();
+      EXPECT_TRUE(read_file(name) == all.substr(0, used)) << size << (flushes ? " with flushes" : "");
+    }
+}
+
 TEST(BinaryOutput, AFailedWriteIsReportedOnceItShows) {
   const auto write = [](size_t size) {
     BinaryOutput full("/dev/full");
     full.bytes(std::string(size, 'x').data(), size);
     full.close();
   };
-  for (const size_t size : {5u, 70000u}) EXPECT_ERROR(write(size), "Can't write to output file");
+  for (const size_t size : {5u, 400000u}) EXPECT_ERROR(write(size), "Can't write to output file");
   EXPECT_ERROR(BinaryOutput("/none/file"), "Can't open for writing: /none/file");
 }
 
