@@ -95,6 +95,7 @@ class ChainSearch {
   double score_row(const table_t& table, row_t& row);
   double undivided_score();
   double error_bound() const;
+  double most_gain() const;
   bool score_candidates(double bound);
   void drop_repeated_candidates();
   bool same_cells(const candidate_t& a, const candidate_t& b) const;
