@@ -47,6 +47,12 @@ def floor(folder):
     return [Programs / "bench" / "bench_floor", folder / "lexicon", folder / "corpus"]
 
 
+def fresh(command, file):
+    """What the command takes that makes the file, if that is not there before."""
+    file.unlink(missing_ok=True)
+    return measure(command)
+
+
 def sort(folder):
     return ["env", "LC_ALL=C", "sort", "-u", folder / "lexicon"]
 
@@ -95,6 +101,22 @@ def whole_runs():
     text = table(["run", "training", "compared with", "ratio", "peak memory"], rows)
     text += f"\nTwice as many forms take {growth:.2f} times as long.\n"
     return text
+
+
+def heavy_runs(file):
+    """Trainings bound by the size of the file that they write, against the floor and as many zeros in a file."""
+    rows = []
+    for options in (["-dtg", "0"], ["-cl", "4", "-dtg", "0.1"]):
+        command = train(Data / "large", *options, result=file)
+        output(*command)
+        size = file.stat().st_size
+        own, zeros = [], []
+        for _ in range(Rounds):
+            own.append(fresh(command, file))
+            zeros.append(fresh([*floor(Data / "large"), size, file], file))
+        rows.append([f"large tagset, `{' '.join(options)}`", f"{size / 1e6:.0f} MB", f"{middle(own, 0):.3f} s",
+                     f"{middle(zeros, 0):.3f} s", f"{ratio(own, zeros):.2f}"])  # fmt: skip
+    return "\n" + table(["run", "file", "training", "floor and zeros", "ratio"], rows)
 
 
 def long_corpus():
@@ -185,10 +207,10 @@ def where():
 
 
 def main():
-    parts = [where(), "\n### Whole trainings\n\n", whole_runs()]
-    if Long:
-        parts.append(long_corpus())
     with tempfile.TemporaryDirectory(dir=Data) as scratch:
+        parts = [where(), "\n### Whole trainings\n\n", whole_runs(), heavy_runs(Path(scratch) / "fresh.par")]
+        if Long:
+            parts.append(long_corpus())
         parts += ["\n### The context tree against the plain one\n\n", trees(Path(scratch) / "trained.par")]
     parts += ["\n### Stages\n\n", stages(),
               "\n### Kernels\n\n", kernels()]  # fmt: skip
