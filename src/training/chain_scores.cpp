@@ -33,11 +33,17 @@ ChainSearch::weights_t& ChainSearch::weights_of(int tags) {
     fresh.tags = tags;
     fresh.w = prior_weight(tags, settings_.Smoothing_Weight);
     fresh.share.resize(count_.size());
-    for (size_t k = 0; k < count_.size(); ++k) fresh.share[k] = share(fresh.w, k, count_[k]);
     fresh.gone.resize(count_.size() * Small_Counts);
-    for (size_t k = 0; k < count_.size(); ++k) forget_gone(fresh, k);
+    // Summed here and not by sum_afresh: each addition waits for the one before, and the logarithms fill that time.
+    double sum = 0.0;
+    for (size_t k = 0; k < count_.size(); ++k) {
+      sum += fresh.share[k] = share(fresh.w, k, count_[k]);
+      forget_gone(fresh, k);
+    }
     fresh.side_without.fill(Unknown);
-    sum_afresh(fresh);
+    fresh.sum = sum;
+    fresh.updates = 0;
+    fresh.summed_freq = freq_;
   }
   weights_t& weights = weights_[place];
   weights.last_used = step_;
