@@ -31,6 +31,13 @@ class ChainSearch {
   std::vector<tag_count_t> counts() const;
 
  protected:  // for a check of the choices
+  // What the tables are made of, together, since they visit the n-grams row after row, all over the chain: a training
+  // with four tags of context takes 3 % less.
+  struct chain_ngram_t {
+    uint32_t number;  // in the n-gram table
+    uint32_t k;
+    uint32_t count;
+  };
   struct cell_t {
     uint32_t k;      // predicted tag, as a number within the chain
     uint32_t count;  // occurrences left; 0 once all are taken off
@@ -115,8 +122,7 @@ class ChainSearch {
   std::vector<int> row_of_tag_;  // scratch of collect_rows, indexed by tag; -1 between calls
 
   // The chain.
-  std::vector<uint32_t> chain_;       // its n-grams, by ascending predicted tag
-  std::vector<uint32_t> k_of_ngram_;  // parallel
+  std::vector<chain_ngram_t> chain_;  // its n-grams, by ascending predicted tag
   std::vector<char> taken_;           // parallel: taken off by a yes answer
   size_t left_ = 0;                   // n-grams not taken off
   std::vector<int> tag_of_k_;

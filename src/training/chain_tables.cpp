@@ -13,7 +13,7 @@ ChainSearch::ChainSearch(const NGramTable& ngrams, const split_settings_t& setti
     : ngrams_(ngrams), settings_(settings), row_of_tag_(static_cast<size_t>(settings.Number_of_Tags), -1) {}
 
 void ChainSearch::start_chain(chain_start_t start) {
-  chain_ = std::move(start.ngrams);
+  chain_.resize(start.ngrams.size());
   q_ = std::move(start.q);
   freq_ = start.freq;
   tags_ = static_cast<int>(start.counts.size());
@@ -24,13 +24,15 @@ void ChainSearch::start_chain(chain_start_t start) {
   left_ = chain_.size();
   tag_of_k_.resize(start.counts.size());
   count_.resize(start.counts.size());
-  k_of_ngram_.resize(chain_.size());
   size_t place = 0;
   for (size_t k = 0; k < start.counts.size(); ++k) {
     tag_of_k_[k] = start.counts[k].tag;
     count_[k] = start.counts[k].count;
-    while (place < chain_.size() && ngrams_.tags(chain_[place])[ngrams_.length() - 1] == tag_of_k_[k])
-      k_of_ngram_[place++] = static_cast<uint32_t>(k);
+    for (; place < chain_.size(); ++place) {
+      const uint32_t ngram = start.ngrams[place];
+      if (ngrams_.tags(ngram)[ngrams_.length() - 1] != tag_of_k_[k]) break;
+      chain_[place] = {ngram, static_cast<uint32_t>(k), ngrams_.count(ngram)};
+    }
   }
   weights_.clear();
   weights_of_tags_.assign(start.counts.size() + 1, -1);
@@ -78,10 +80,10 @@ void ChainSearch::compact() {
   for (size_t i = 0; i < chain_.size(); ++i) {
     if (taken_[i]) continue;
     chain_[kept] = chain_[i];
-    k_of_ngram_[kept++] = new_k[k_of_ngram_[i]];
+    chain_[kept].k = new_k[chain_[i].k];
+    ++kept;
   }
   chain_.resize(kept);
-  k_of_ngram_.resize(kept);
   taken_.assign(kept, 0);
   weights_.clear();
   weights_of_tags_.assign(tags + 1, -1);
@@ -97,7 +99,7 @@ void ChainSearch::build_table(table_t& table, int position) {
 // A counting sort of the n-grams by the tag at the position.
 void ChainSearch::collect_rows(table_t& table) {
   table.rows.clear();
-  const auto tag_at = [&](size_t place) { return ngrams_.tags(chain_[place])[table.position]; };
+  const auto tag_at = [&](size_t place) { return ngrams_.tags(chain_[place].number)[table.position]; };
   std::vector<int> tags;
   std::vector<uint32_t> sizes;
   for (size_t i = 0; i < chain_.size(); ++i) {
@@ -135,13 +137,13 @@ void ChainSearch::collect_cells(table_t& table) {
     row.first_cell = static_cast<uint32_t>(table.cells.size());
     for (uint32_t i = row.first_ngram; i < row.end_ngram; ++i) {
       const uint32_t place = table.order[i];
-      if (table.cells.size() == row.first_cell || table.cells.back().k != k_of_ngram_[place]) {
-        table.cells.push_back({k_of_ngram_[place], 0});
+      const chain_ngram_t& ngram = chain_[place];
+      if (table.cells.size() == row.first_cell || table.cells.back().k != ngram.k) {
+        table.cells.push_back({ngram.k, 0});
         table.row_of_cell.push_back(static_cast<uint32_t>(r));
       }
-      const uint32_t count = ngrams_.count(chain_[place]);
-      table.cells.back().count += count;
-      row.n += count;
+      table.cells.back().count += ngram.count;
+      row.n += ngram.count;
       table.cell_of_ngram[place] = static_cast<uint32_t>(table.cells.size() - 1);
     }
     row.end_cell = static_cast<uint32_t>(table.cells.size());
@@ -174,10 +176,9 @@ chain_start_t ChainSearch::split_off_yes(const split_t& split) {
     const uint32_t place = table.order[i];
     if (taken_[place]) continue;
     taken_[place] = 1;
-    yes.ngrams.push_back(chain_[place]);
-    const uint32_t count = ngrams_.count(chain_[place]);
+    yes.ngrams.push_back(chain_[place].number);
     for (size_t t = 0; t < open_tables_; ++t)
-      if (t != split.table) take_off(tables_[t], place, count);
+      if (t != split.table) take_off(tables_[t], place, chain_[place].count);
   }
   row.n = 0;
   freq_ -= yes.freq;
