@@ -168,14 +168,16 @@ double ChainSearch::error_bound() const {
 }
 
 // Bound on what a test can gain, that is on how far its score lies below undivided_score(), for each occurrence on its
-// yes side, of which there are n; the no side has m = N - n, at least 2. W is the weight undivided, v that of the no side.
+// yes side, of which there are n; the no side has m = N - n, at least as many. W is the weight undivided, v that of the
+// no side.
 // - An occurrence on the yes side costs at most ld(N - 1 + W) undivided and at least 0 on its side. But one that is alone
 //   with its k costs ld((N - 1 + W) / (q W)) undivided, and then at least -ld q on its side: ld W less.
 // - Each of the m others gains at most ld((N - 1 + W) / (m - 1 + v)), for W >= v and F(k) is no less than before. With
-//   ld(1 + x) <= x / ln 2 and W - v <= n s that is at most n (1 + s) / ln 2 * m / (m - 1) for all m, and m / (m - 1) <= 2.
+//   ld(1 + x) <= x / ln 2 and W - v <= n s that is at most n (1 + s) / ln 2 * m / (m - 1) for all m. Since m >= N / 2,
+//   m / (m - 1) <= N / (N - 2).
 double ChainSearch::most_gain() const {
-  const double s = settings_.Smoothing_Weight, w = prior_weight(tags_, s);
-  return ld(freq_ - 1.0 + w) - std::min(0.0, ld(w)) + 2.0 * (1.0 + s) / std::numbers::ln2;
+  const double s = settings_.Smoothing_Weight, w = prior_weight(tags_, s), n = freq_;
+  return ld(n - 1.0 + w) - std::min(0.0, ld(w)) + (1.0 + s) / std::numbers::ln2 * n / (n - 2.0);
 }
 
 // Collects the candidates whose score may be the least, in the order in which ties are broken. Rows that most_gain rules
@@ -194,7 +196,7 @@ bool ChainSearch::score_candidates(double bound) {
     for (size_t r = 0; r < table.rows.size(); ++r) {
       row_t& row = table.rows[r];
       if (row.n == 0 || row.n == freq_) continue;
-      if (row.n * most < undivided - bound - limit && freq_ - row.n > 1) continue;
+      if (row.n * most < undivided - bound - limit && row.n <= freq_ / 2) continue;
       const double score = score_row(table, row);
       if (!(score <= limit)) {
         if (!std::isfinite(score)) return false;

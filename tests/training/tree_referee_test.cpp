@@ -160,7 +160,7 @@ class CheckedSearch : public ChainSearch {
         if (row.n == 0 || row.n == freq_) continue;
         const double score = evaluate(tables_[t], row).score;
         worst_error = std::max(worst_error, std::fabs(score_row(tables_[t], row) - score) / bound);
-        if (freq_ - row.n < 2) continue;
+        if (row.n > freq_ / 2) continue;
         largest_gain = std::max(largest_gain, (undivided_score() - bound - score) / (row.n * most_gain()));
       }
     split_t exact{};
