@@ -6,22 +6,15 @@ Times are processor time. A ratio is the median of the ratios of the rounds.
 """
 
 import json
-import os
-import platform
-import re
-import subprocess
 import sys
 import tempfile
 from pathlib import Path
 from statistics import median
 
-Root = Path(sys.argv[1])
-Rounds = int(sys.argv[2])
+from measuring import Brown, Programs, Root, Rounds, measure, middle, output, put, table, where
+
 Long = "--long" in sys.argv
-Programs = Root / "build-bench"
 Data = Root / "out" / "bench"
-Brown = Root / "out" / "brown"
-Begin, End = "<!-- made by bench/run -->\n", "<!-- end of what bench/run made -->\n"
 
 Tree_Runs = [("large", "0.5"), ("large", "0.1"), ("medium", "0.5"), ("medium", "0.1")]  # set, -dtg
 # Weights at the limits of the arithmetic, where trees stay small: compared, but no measure of speed. A gain that is
@@ -29,10 +22,6 @@ Tree_Runs = [("large", "0.5"), ("large", "0.1"), ("medium", "0.5"), ("medium", "
 Odd_Weights = ("0", "1e-320", "0.3", "1e7", "inf", "nan")
 Always_Split = "-1e300"
 Long_Copies = 96
-
-
-def output(*command, **options):
-    return subprocess.run([str(part) for part in command], check=True, capture_output=True, text=True, **options).stdout
 
 
 def files(folder):
@@ -57,23 +46,9 @@ def sort(folder):
     return ["env", "LC_ALL=C", "sort", "-u", folder / "lexicon"]
 
 
-def measure(command):
-    """Seconds of processor time, seconds passed, peak megabytes."""
-    return [float(x) for x in output(Programs / "bench" / "bench_measure", *command).split()]
-
-
-def table(head, rows):
-    lines = ["| " + " | ".join(row) + " |" for row in [head, ["---"] + ["---:"] * (len(head) - 1), *rows]]
-    return "\n".join(lines) + "\n"
-
-
 def ratio(runs, others):
     """Median over the rounds of the ratio of processor times."""
     return median(run[0] / other[0] for run, other in zip(runs, others))
-
-
-def middle(runs, column):
-    return median(run[column] for run in runs)
 
 
 def whole_runs():
@@ -192,20 +167,6 @@ def kernels():
     return table(["kernel", "time", "per"], rows)
 
 
-def where():
-    processor = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text(encoding="utf-8"))
-    name = processor.group(1) if processor else platform.machine()
-    compiler = output("g++", "--version").splitlines()[0]
-    try:
-        commit = output("git", "-C", Root, "rev-parse", "--short", "HEAD").strip()
-        if output("git", "-C", Root, "status", "--porcelain", "src", "bench").strip():
-            commit += " with changes"
-    except subprocess.CalledProcessError:
-        commit = "unknown"
-    return (f"{name}, {os.cpu_count()} processors, Linux {platform.release().split('-')[0]}; {compiler}; release build"
-            f" of commit {commit}; medians of {Rounds} rounds of processor time.\n")  # fmt: skip
-
-
 def main():
     with tempfile.TemporaryDirectory(dir=Data) as scratch:
         parts = [where(), "\n### Whole trainings\n\n", whole_runs(), heavy_runs(Path(scratch) / "fresh.par")]
@@ -214,14 +175,7 @@ def main():
         parts += ["\n### The context tree against the plain one\n\n", trees(Path(scratch) / "trained.par")]
     parts += ["\n### Stages\n\n", stages(),
               "\n### Kernels\n\n", kernels()]  # fmt: skip
-    text = "".join(parts)
-    print(text)
-    document = Root / "docs" / "benchmarks.md"
-    before, _, rest = document.read_text(encoding="utf-8").partition(Begin)
-    _, end, after = rest.partition(End)
-    if not end:
-        sys.exit(f"{document.name} has no place for the tables")
-    document.write_text(before + Begin + text + End + after, encoding="utf-8")
+    put("bench/run", "".join(parts))
 
 
 main()
