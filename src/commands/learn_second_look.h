@@ -4,6 +4,7 @@
 
 #include <orvelle/model.h>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <span>
@@ -76,6 +77,14 @@ struct unseen_fold_t {
 // Learns from folds, each tagged by a model that was trained with the settings on its texts; `make_fold` is called for 0 to
 // Second_Look_Folds - 1. `words`: of all of them.
 inline constexpr size_t Second_Look_Folds = 4;
+
+// The block of a sentence of so many; the folds get the blocks in turn. Of neighbouring sentences, so that a document is
+// seldom trained on in one fold and tagged in another: probabilities would promise too much.
+inline size_t block_of(size_t sentence, size_t sentences) {
+  constexpr size_t Longest_Block = 300, Least_Blocks = 40;
+  return sentence / std::clamp<size_t>(sentences / Least_Blocks, 1, Longest_Block);
+}
+
 second_look_weights_t learn_second_look(size_t words, bool splits_tags, const Settings& settings,
                                         const std::function<unseen_fold_t(size_t fold)>& make_fold);
 

@@ -266,7 +266,7 @@ class Trainer {
   }
 
   second_look_weights_t learn_from_files(bool splits_tags) const {
-    const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, Folds::Dealing::Random_Sentences);
+    const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, Folds::Dealing::Blocks);
     return learn_second_look(folds.tokens(), splits_tags, settings_,
                              [&](size_t fold) { return folds.unseen_fold(fold); });
   }
@@ -278,7 +278,7 @@ class Trainer {
       sentences_t others;
       std::vector<gold_sentence_t> held_out;
       for (size_t i = 0; i < sentences.size(); ++i)
-        if (i % Second_Look_Folds != fold)
+        if (block_of(i, sentences.size()) % Second_Look_Folds != fold)
           others.push_back(sentences[i]);
         else
           held_out.push_back(gold_of(treebank_, sentences[i]));

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <chrono>
 #include <new>
-#include <numeric>
 #include <stdexcept>
 #include <unordered_map>
 
@@ -31,20 +30,13 @@ void for_each_line(std::string_view text, Action action) {
   for (int64_t number = 1; reader.next().data() != nullptr; ++number) action(reader.terminated(), number);
 }
 
-// The same numbers on every platform, which the standard's distributions do not promise (splitmix64).
-class Random {
- public:
-  explicit Random(uint64_t seed) : state_(seed) {}
-  uint64_t operator()() {
-    uint64_t x = state_ += 0x9E3779B97F4A7C15;
-    x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9;
-    x = (x ^ (x >> 27)) * 0x94D049BB133111EB;
-    return x ^ (x >> 31);
-  }
-
- private:
-  uint64_t state_;
-};
+// The same number for a seed on every platform, which the standard's distributions do not promise (splitmix64).
+uint64_t scrambled(uint64_t seed) {
+  uint64_t x = seed + 0x9E3779B97F4A7C15;
+  x = (x ^ (x >> 30)) * 0xBF58476D1CE4E5B9;
+  x = (x ^ (x >> 27)) * 0x94D049BB133111EB;
+  return x ^ (x >> 31);
+}
 
 // Where things are met: the fold, if it is one alone.
 class Places {
@@ -152,19 +144,12 @@ void Folds::read_corpus(const training_text_t& corpus) {
   end_sentence();
 }
 
-// The folds are equally large but for one sentence.
 void Folds::deal_out(Dealing dealing, uint64_t seed) {
   const size_t count = sentences_.size();
-  Random random(seed);
-  if (dealing == Dealing::Stretches) {
-    const size_t first = seed == 1 ? 0 : random() % count;
-    for (size_t i = 0; i < count; ++i) sentences_[(first + i) % count].fold = i * folds_.size() / count;
-    return;
-  }
-  std::vector<size_t> order(count);
-  std::iota(order.begin(), order.end(), size_t{0});
-  for (size_t i = count; i > 1; --i) std::swap(order[i - 1], order[random() % i]);
-  for (size_t i = 0; i < count; ++i) sentences_[order[i]].fold = i % folds_.size();
+  const size_t first = seed == 1 ? 0 : scrambled(seed) % count;
+  for (size_t i = 0; i < count; ++i)
+    sentences_[(first + i) % count].fold =
+        dealing == Dealing::Stretches ? i * folds_.size() / count : block_of(i, count) % folds_.size();
 }
 
 void Folds::make_lexicons() {
