@@ -177,6 +177,7 @@ class Trainer {
     for (const char* name : request_.treebanks) read(treebank_, name);
     for (const char* name : line_.values("lexicon")) inputs_.push_back({name, treebank_.read_lexicon(name)});
     treebank_.close_remarks();
+    added_ = std::exchange(treebank_.entries, {});
     all_ = split(treebank_, 0.0).training;
     settings_.UTF8_Processing = treebank_.encoding() != encoding_t::Other;
     if (!settings_.UTF8_Processing)
@@ -249,9 +250,27 @@ class Trainer {
         options_.sentence_tag);
   }
 
+  // Readings from outside are not for the training, which would take them for what the treebank has; nor for the folds of
+  // the second look, where they cost as much as they bring.
+  void add_readings(Model& model) {
+    const auto text = [this](int number) { return treebank_.strings.text(number); };
+    int64_t left_out = 0;
+    for (const token_t& reading : added_) {
+      const int tag = model.find_tag(text(reading.tag));
+      if (tag >= 0)
+        model.add_reading(text(reading.form), tag, text(reading.lemma));
+      else
+        ++left_out;
+    }
+    if (left_out > 0 && !std::exchange(has_told_of_added_, true))
+      remarks_.say(counted(left_out, "reading") +
+                   " of --lexicon left out, with tags that the treebank does not have");
+  }
+
   Model train(const sentences_t& sentences) {
     ProgressLine progress(remarks_, "training");
     Model model = make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}, {}));
+    add_readings(model);
     if (line_.has("no-second-look")) return model;
     try {
       ModelAccess::tables(model).extras.weights = line_.has("corpus")
@@ -274,7 +293,7 @@ class Trainer {
   second_look_weights_t learn_from(const sentences_t& sentences, bool splits_tags) {
     size_t words = 0;
     for (const range_t& sentence : sentences) words += sentence.end - sentence.first;
-    return learn_second_look(words, splits_tags, settings_, [&](size_t fold) {
+    const auto make_fold = [&](size_t fold) {
       sentences_t others;
       std::vector<gold_sentence_t> held_out;
       for (size_t i = 0; i < sentences.size(); ++i)
@@ -285,7 +304,8 @@ class Trainer {
       if (!can_be_trained_on(treebank_, others, options_.sentence_tag))
         stop("too few sentences end in a token of --sentence-end");
       return unseen_fold_t{make_set(others).texts, std::move(held_out)};
-    });
+    };
+    return learn_second_look(words, splits_tags, settings_, make_fold);
   }
 
   void measure_on(const Model& model, const Treebank& treebank, const sentences_t& sentences,
@@ -337,8 +357,10 @@ class Trainer {
   Remarks& remarks_;
   treebank_options_t options_;
   Treebank treebank_;
-  sentences_t all_;  // of the treebank
-  NewFile file_;     // the model; made before the work, so that what is in its way is told before
+  sentences_t all_;             // of the treebank
+  std::vector<token_t> added_;  // readings of --lexicon
+  bool has_told_of_added_ = false;
+  NewFile file_;  // the model; made before the work, so that what is in its way is told before
   TextOutput out_;
   Settings settings_;
   training_set_t set_;

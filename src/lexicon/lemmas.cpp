@@ -13,16 +13,12 @@ LemmaTable::LemmaTable(std::vector<const char*> lemmas, StringArena strings)
       Number_of_Lemmas(static_cast<int>(Lemma.size())),
       strings_(std::move(strings)) {}
 
-int LemmaTable::find_lemma(std::string_view lemma) const {
-  const auto place = std::lower_bound(Lemma.begin(), Lemma.end(), lemma,
-                                      [](const char* a, std::string_view b) { return a < b; });
-  return place != Lemma.end() && *place == lemma ? static_cast<int>(place - Lemma.begin()) : -1;
-}
-
 int LemmaTable::lemma_number(const char* lemma) const {
-  const int number = find_lemma(lemma);
-  if (number < 0) fail("\nPROGRAM ERROR: in function lemma_number: \"%s\"\n", lemma);
-  return number;
+  const auto place = std::lower_bound(Lemma.begin(), Lemma.end(), lemma,
+                                      [](const char* a, const char* b) { return str_cmp(a, b) < 0; });
+  if (place == Lemma.end() || str_cmp(*place, lemma) != 0)
+    fail("\nPROGRAM ERROR: in function lemma_number: \"%s\"\n", lemma);
+  return static_cast<int>(place - Lemma.begin());
 }
 
 }  // namespace orvelle

@@ -21,10 +21,7 @@ class LemmaTable {
   // Takes ownership of the lemmas, which lie in `strings`.
   LemmaTable(std::vector<const char*> lemmas, StringArena strings);
 
-  // Number of a lemma, or -1.
-  int find_lemma(std::string_view lemma) const;
-
-  // The same; one that is not in the table is an inconsistency of the program and throws
+  // Number of a lemma; one that is not in the table is an inconsistency of the program and throws
   // "\nPROGRAM ERROR: in function lemma_number: \"%s\"\n".
   int lemma_number(const char* lemma) const;
 

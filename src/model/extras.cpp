@@ -37,6 +37,8 @@ model_extras_t::model_extras_t(const std::vector<section_t>& sections, int numbe
       lemma_rules = LemmaRules(content, number_of_tags);
     else if (name == "weights")
       weights = second_look_weights_t(content);
+    else if (name == "added")
+      added = AddedReadings(content, number_of_tags);
     else
       bad_model_file("unknown section");
   }
@@ -47,6 +49,7 @@ std::vector<section_t> model_extras_t::sections() const {
   if (!treebank.column.empty()) sections.push_back({"treebank", treebank.text()});
   if (!lemma_rules.empty()) sections.push_back({"lemmas", lemma_rules.text()});
   if (!weights.empty()) sections.push_back({"weights", weights.section()});
+  if (!added.empty()) sections.push_back({"added", added.section()});
   return sections;
 }
 

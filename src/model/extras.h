@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "model/added_readings.h"
 #include "model/lemma_rules.h"
 #include "model/model_file.h"
 #include "model/second_look_weights.h"
@@ -18,6 +19,7 @@ struct model_extras_t {
   treebank_columns_t treebank;
   LemmaRules lemma_rules;
   second_look_weights_t weights;
+  AddedReadings added;
 
   model_extras_t() = default;
   // A section that is not as it should be is a bad_model_file.

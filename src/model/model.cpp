@@ -92,9 +92,7 @@ void Model::read_wordclass(FILE* file, const Warn& warn) {
 }
 
 void Model::add_reading(std::string_view word, int tag, std::string_view lemma) {
-  const int known = tables_->fullex.lemmas.find_lemma(lemma);
-  const int number = known >= 0 ? known : Number_of_Lemmas() + tables_->added.add_lemma(lemma);
-  tables_->added.add(word, {tag, number});
+  tables_->extras.added.add(word, tag, lemma);
 }
 
 const Automaton* Model::WA() const noexcept {

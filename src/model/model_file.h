@@ -18,6 +18,7 @@
 //               a word form, a TAB and the tag that the treebank has there, the first for all other forms
 //   lemmas      lemma_rules.h
 //   weights     second_look_weights.h
+//   added       added_readings.h
 #pragma once
 
 #include <cstdint>

@@ -13,7 +13,6 @@
 
 #include "affix/affix_lexicons.h"
 #include "context/context_tree.h"
-#include "lexicon/added_readings.h"
 #include "lexicon/fullex.h"
 #include "model/extras.h"
 #include "wordclass/wordclass.h"
@@ -26,7 +25,6 @@ struct Tables {
   AffixLexicons affixes;
   context_tree_t Context_Tree;
   std::optional<WordClasses> word_classes;  // made from this lexicon; not part of the file
-  AddedReadings added;                      // not part of the file
 
   model_extras_t extras;
 
@@ -38,7 +36,7 @@ struct Tables {
   // Those of added readings lie behind the model's own.
   const char* lemma(int number) const {
     const int own = fullex.lemmas.Number_of_Lemmas;
-    return number < own ? fullex.lemmas.Lemma[static_cast<size_t>(number)] : added.lemma(number - own);
+    return number < own ? fullex.lemmas.Lemma[static_cast<size_t>(number)] : extras.added.lemma(number - own);
   }
 };
 

@@ -70,7 +70,7 @@ Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
     const int number = tables_.fullex.lexicon.index_of(*entry);
     choice_t& known = known_[static_cast<size_t>(number)];
     if (known.candidates.empty()) {
-      const readings_t added = tables_.added.find(form);
+      const readings_t added = tables_.extras.added.find(form);
       choose_known(entry->word, *entry->data, added);
       known.candidates = take_choice();
       known.listed = listed_of(known, entry->data, added);
@@ -81,7 +81,7 @@ Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
   if (place == unknown_.end()) {
     choose_unknown(std::string(form).c_str());
     choice_t choice{take_choice()};
-    choice.listed = listed_of(choice, nullptr, tables_.added.find(form));
+    choice.listed = listed_of(choice, nullptr, tables_.extras.added.find(form));
     const auto number = static_cast<int32_t>(known_.size() + unknown_.size());
     remembered_ += form.size() + choice.candidates.size() * sizeof(candidate_t) + 128;
     place = unknown_.emplace(form, unknown_t{std::move(choice), number}).first;
@@ -143,7 +143,7 @@ void Candidates::add_main_lemma(const entrydata_t& data) {
 
 void Candidates::choose_unknown(const char* word) {
   begin_choice();
-  if (const readings_t added = tables_.added.find(word); !added.empty())
+  if (const readings_t added = tables_.extras.added.find(word); !added.empty())
     return add_ranked(word, nullptr, added, 1.0);
   if (const entrydata_t* const data = stand_in(word, options_.strips_markup)) return add_listed(*data, 1.0);
   const std::optional<std::string> stripped = strip_xml(word, options_.strips_markup);
@@ -157,7 +157,7 @@ void Candidates::choose_unseen(const char* word) {
   if (*word != '\0' && is_upper(word, utf8, options_.warn)) {
     const std::string small = all_to_lower(word, utf8, options_.warn);
     const entry_t* const entry = tables_.fullex.lexicon.find_entry(small);
-    const readings_t added = tables_.added.find(small);
+    const readings_t added = tables_.extras.added.find(small);
     if (entry != nullptr || !added.empty()) left -= Small_Letter_Share;
     const bool is_counted = entry != nullptr && (entry->data->freq > 0 || options_.width == Width::Narrow);
     if (is_counted)
@@ -181,7 +181,8 @@ void Candidates::add_ranked(const char* word, const entrydata_t* data, readings_
   if (data != nullptr && data->freq < 1)
     for (int k = 0; k < data->n; ++k)
       rank(data->tag[k], data->lemma != nullptr ? data->lemma[k] : No_Lemma, data->prob[k]);
-  for (const auto& [tag, lemma] : added) rank(tag, lemma, 1.0 / static_cast<double>(added.size()));
+  for (const auto& [tag, lemma] : added)
+    rank(tag, tables_.fullex.lemmas.Number_of_Lemmas + lemma, 1.0 / static_cast<double>(added.size()));
   double sum = 0.0;
   for (const auto& [tag, p] : ranks) sum += p;
   for (const auto& [tag, p] : ranks)

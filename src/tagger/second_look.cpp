@@ -97,7 +97,7 @@ word_view_t SecondLookView::view(std::string_view form) const {
   const entry_t* const entry = tables_.fullex.lexicon.find_entry(form);
   const int frequency = entry != nullptr ? std::max(entry->data->freq, 0) : 0;
   view.is_rare = frequency < Rare_Frequency;
-  if (entry != nullptr || !tables_.added.find(form).empty())
+  if (entry != nullptr || !tables_.extras.added.find(form).empty())
     view.experience = 1 + static_cast<uint32_t>(std::bit_width(static_cast<uint32_t>(frequency)));
   return view;
 }
