@@ -84,14 +84,14 @@ void SecondLookLearner::look_at(SecondLookView& view, size_t word, const Candida
                                 const double* posteriors) {
   const std::span<const uint16_t> open = view.open_candidates(word);
   if (open.size() < 2) return;
-  find_places(view.features(word), view.parts(found, open));
+  parts_ = &view.parts(found, open);
+  find_places(view.features(word), parts_->hashes);
   scores_.clear();
   logarithms_.clear();
-  size_t place = 0;
   for (size_t i = 0; i < open.size(); ++i) {
     logarithms_.push_back(std::log(posteriors[open[i]]));
     double score = scale_ * logarithms_.back();
-    while (place < tags_[i].end) score += cells_[places_[place++]].weight;
+    for (const uint32_t part : parts_->of(i)) score += part_sums_[part].weight;
     scores_.push_back(score);
   }
   const auto best = std::ranges::max_element(scores_);
@@ -102,29 +102,34 @@ void SecondLookLearner::look_at(SecondLookView& view, size_t word, const Candida
   for (double& score : scores_) score /= total;
 }
 
-void SecondLookLearner::find_places(std::span<const uint32_t> features,
-                                    std::span<const std::vector<uint32_t>> parts) {
+void SecondLookLearner::find_places(std::span<const uint32_t> features, std::span<const uint32_t> parts) {
   places_.clear();
-  tags_.clear();
-  for (const std::vector<uint32_t>& of_tag : parts) {
-    for (const uint32_t part : of_tag)
-      for (const uint32_t f : features) {
-        places_.push_back(place_of(f, part, bits_));
-        __builtin_prefetch(&cells_[places_.back()], 1);
-      }
-    tags_.push_back({places_.size(), of_tag.size()});
-  }
+  for (const uint32_t part : parts)
+    for (const uint32_t f : features) {
+      places_.push_back(place_of(f, part, bits_));
+      __builtin_prefetch(&cells_[places_.back()], 1);
+    }
+  part_sums_.assign(parts.size(), {});
+  for (size_t i = 0; i < places_.size(); ++i)
+    part_sums_[i / features.size()].weight += cells_[places_[i]].weight;
 }
 
 // A tag of many parts would move as many times as far: the step is divided among them.
 void SecondLookLearner::learn_word(size_t gold) {
-  size_t place = 0;
-  for (size_t i = 0; i < tags_.size(); ++i) {
+  for (size_t i = 0; i < scores_.size(); ++i) {
     const double gradient = scores_[i] - (i == gold ? 1.0 : 0.0);
-    const double step = Rate * gradient / static_cast<double>(tags_[i].parts);
-    if (std::abs(gradient) < Least_Gradient) place = tags_[i].end;
-    for (; place < tags_[i].end; ++place) {
-      cell_t& cell = cells_[places_[place]];
+    const std::span<const uint32_t> its_parts = parts_->of(i);
+    for (const uint32_t part : its_parts) {
+      part_sums_[part].gradient += gradient;
+      part_sums_[part].step += Rate * gradient / static_cast<double>(its_parts.size());
+    }
+  }
+  const size_t features = places_.size() / part_sums_.size();
+  for (size_t part = 0; part < part_sums_.size(); ++part) {
+    const auto [weight, gradient, step] = part_sums_[part];
+    if (std::abs(gradient) < Least_Gradient) continue;
+    for (const uint32_t place : std::span(places_).subspan(part * features, features)) {
+      cell_t& cell = cells_[place];
       cell.squares += static_cast<float>(gradient * gradient);
       cell.weight -= static_cast<float>(step / std::sqrt(cell.squares + Least_Square));
     }

@@ -44,7 +44,7 @@ class SecondLookLearner {
   void learn_sentence(SecondLookView& view, std::span<const Candidates::word_t> words,
                       std::span<const int32_t> gold, std::span<double> posteriors);
   void look_at(SecondLookView& view, size_t word, const Candidates::word_t& found, const double* posteriors);
-  void find_places(std::span<const uint32_t> features, std::span<const std::vector<uint32_t>> parts);
+  void find_places(std::span<const uint32_t> features, std::span<const uint32_t> parts);
   void learn_word(size_t gold);
   void learn_scale(size_t gold);
   void judge(std::span<const double> probabilities, size_t gold);
@@ -54,13 +54,15 @@ class SecondLookLearner {
   std::vector<cell_t> cells_;
   double scale_ = 1.0;          // of the logarithms of the first pass
   double scale_squares_ = 1.0;  // as in a cell
-  // Of the word that was looked at last: the places of its weights in the table, one open tag behind the other.
-  struct open_tag_t {
-    size_t end;    // of its places
-    size_t parts;  // how many it has
+  // Of the word that was looked at last.
+  const open_parts_t* parts_ = nullptr;
+  std::vector<uint32_t> places_;  // of its weights in the table, one part behind the other
+  struct part_sums_t {
+    double weight = 0.0;    // of its places
+    double gradient = 0.0;  // of the tags that have it
+    double step = 0.0;
   };
-  std::vector<uint32_t> places_;
-  std::vector<open_tag_t> tags_;
+  std::vector<part_sums_t> part_sums_;
   std::vector<double> logarithms_;             // of the open tags
   std::vector<double> scores_;                 // of the open tags: their probabilities
   std::array<double, Temperatures> losses_{};  // by temperature, from the least on

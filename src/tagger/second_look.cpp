@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <iterator>
 #include <string>
+#include <unordered_map>
 #include <utility>
 
 #include "support/string_index.h"
@@ -65,11 +67,17 @@ std::vector<uint32_t> parts_of(std::string_view tag) {
 }  // namespace
 
 SecondLookView::SecondLookView(const Tables& tables, bool splits_tags) : tables_(tables) {
+  std::unordered_map<uint32_t, uint32_t> numbers;
   for (int tag = 0; tag < tables.fullex.tagset.Number_of_Tags; ++tag) {
-    std::vector<uint32_t>& parts = tag_parts_.emplace_back(1, mixed(hash_of(tables.tag_name(tag))));
-    if (!splits_tags) continue;
-    const std::vector<uint32_t> more = parts_of(tables.tag_name(tag));
-    parts.insert(parts.end(), more.begin(), more.end());
+    const std::string_view name = tables.tag_name(tag);
+    std::vector<uint32_t> hashes(1, mixed(hash_of(name)));
+    if (splits_tags) std::ranges::copy(parts_of(name), std::back_inserter(hashes));
+    std::vector<uint32_t>& its_parts = tag_parts_.emplace_back();
+    for (const uint32_t hash : hashes) {
+      const auto [place, is_new] = numbers.try_emplace(hash, static_cast<uint32_t>(parts_.size()));
+      if (is_new) parts_.push_back({hash});
+      if (std::ranges::find(its_parts, place->second) == its_parts.end()) its_parts.push_back(place->second);
+    }
   }
 }
 
@@ -87,10 +95,10 @@ word_view_t SecondLookView::view(std::string_view form) const {
   view.form = hash_of(form);
   view.lower = hash_of(lower);
   const std::string_view small = lower;
-  for (size_t n = 1; n < view.suffix.size() && n <= small.size(); ++n)
-    view.suffix[n] = hash_of(small.substr(small.size() - n));
-  for (size_t n = 1; n < view.prefix.size() && n <= small.size(); ++n)
-    view.prefix[n] = hash_of(small.substr(0, n));
+  for (size_t n = 1; n <= std::min(view.Longest_Suffix, small.size()); ++n)
+    view.suffixes[n - 1] = hash_of(small.substr(small.size() - n));
+  for (size_t n = 1; n <= std::min(view.Longest_Prefix, small.size()); ++n)
+    view.prefixes[n - 1] = hash_of(small.substr(0, n));
   const bool capital =
       is_ascii ? !word.empty() && is_ascii_capital(word[0]) : is_upper(word.c_str(), utf8, {}) != 0;
   view.shape = shape_of(form, capital);
@@ -105,19 +113,18 @@ word_view_t SecondLookView::view(std::string_view form) const {
 void SecondLookView::view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view) {
   const size_t best =
       static_cast<size_t>(std::max_element(posteriors, posteriors + candidates.size()) - posteriors);
-  const auto name_of = [&](size_t k) { return tag_parts_[static_cast<size_t>(candidates[k].tag)][0]; };
   uint32_t set = 1;
   std::array<uint32_t, 32> tags;
   size_t count = 0;
   for (size_t k = 0; k < candidates.size(); ++k) {
     if (!(posteriors[k] >= Least_Open_Share * posteriors[best])) continue;
     open_.push_back(static_cast<uint16_t>(k));
-    if (count < tags.size()) tags[count++] = name_of(k);
+    if (count < tags.size()) tags[count++] = tag_hash(candidates[k].tag);
   }
   std::sort(tags.begin(), tags.begin() + static_cast<std::ptrdiff_t>(count));
   for (size_t i = 0; i < count; ++i) set = mixed(uint64_t{set} << 32 | tags[i]);
   view.open_tags = set;
-  view.best_tag = name_of(best);
+  view.best_tag = tag_hash(candidates[best].tag);
 }
 
 void SecondLookView::see(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
@@ -142,7 +149,7 @@ void SecondLookView::see(std::span<const std::string_view> forms, std::span<cons
 }
 
 bool SecondLookView::take(size_t word, const candidate_t& chosen) {
-  const uint32_t tag = tag_parts_[static_cast<size_t>(chosen.tag)][0];
+  const uint32_t tag = tag_hash(chosen.tag);
   return std::exchange(views_[word + Reach].best_tag, tag) != tag;
 }
 
@@ -176,38 +183,48 @@ std::span<const uint32_t> SecondLookView::features(size_t word) {
   add(w[-1].best_tag, w[1].best_tag);
   add(w[-1].best_tag, w[0].lower);
   add(w[0].lower, w[1].best_tag);
-  add(w[0].suffix[3], w[1].best_tag);
+  add(w[0].suffix(3), w[1].best_tag);
   add(w[0].shape, word == 0 && is_start_);
-  add(w[1].suffix[3]);
-  add(w[-1].suffix[3]);
-  add(w[0].suffix[2], w[-1].suffix[2]);
+  add(w[1].suffix(3));
+  add(w[-1].suffix(3));
+  add(w[0].suffix(2), w[-1].suffix(2));
   add(w[0].open_tags);
   add(w[0].open_tags, w[1].open_tags);
   add(w[0].experience);
   for (size_t n = w[0].is_rare ? 1 : 2; n <= (w[0].is_rare ? 5u : 4u); ++n)
-    if (w[0].suffix[n] != 0) features_.push_back(feature(64 + static_cast<uint32_t>(n), w[0].suffix[n]));
+    if (w[0].suffix(n) != 0) features_.push_back(feature(64 + static_cast<uint32_t>(n), w[0].suffix(n)));
   for (size_t n = 1; w[0].is_rare && n <= 3; ++n)
-    if (w[0].prefix[n] != 0) features_.push_back(feature(80 + static_cast<uint32_t>(n), w[0].prefix[n]));
+    if (w[0].prefix(n) != 0) features_.push_back(feature(80 + static_cast<uint32_t>(n), w[0].prefix(n)));
   return features_;
 }
 
-std::span<const std::vector<uint32_t>> SecondLookView::parts(const Candidates::word_t& word,
-                                                             std::span<const uint16_t> open) {
-  const candidates_t candidates = word.candidates;
-  if (parts_.size() < open.size()) parts_.resize(open.size());
-  const auto all_have = [&](uint32_t part) {
-    return std::all_of(open.begin(), open.end(), [&](uint16_t k) {
-      const std::vector<uint32_t>& parts = tag_parts_[static_cast<size_t>(candidates[k].tag)];
-      return std::find(parts.begin(), parts.end(), part) != parts.end();
-    });
+const open_parts_t& SecondLookView::parts(const Candidates::word_t& word, std::span<const uint16_t> open) {
+  const auto parts_of = [&](uint16_t k) -> const std::vector<uint32_t>& {
+    return tag_parts_[static_cast<size_t>(word.candidates[k].tag)];
   };
-  for (size_t i = 0; i < open.size(); ++i) {
-    parts_[i].clear();
-    for (const uint32_t part : tag_parts_[static_cast<size_t>(candidates[open[i]].tag)])
-      if (!all_have(part)) parts_[i].push_back(part);
-    if ((word.listed >> open[i] & 1) == 0) parts_[i].push_back(Unlisted);
+  open_parts_.hashes.clear();
+  open_parts_.members.clear();
+  open_parts_.ends.clear();
+  for (const uint16_t k : open)
+    for (const uint32_t part : parts_of(k)) ++parts_[part].tags;
+  part_t unlisted{Unlisted};
+  for (const uint16_t k : open) {
+    for (const uint32_t part : parts_of(k))
+      if (parts_[part].tags < open.size()) add_part(parts_[part]);
+    if ((word.listed >> k & 1) == 0) add_part(unlisted);
+    open_parts_.ends.push_back(open_parts_.members.size());
   }
-  return std::span(parts_).first(open.size());
+  for (const uint16_t k : open)
+    for (const uint32_t part : parts_of(k)) parts_[part] = {parts_[part].hash};
+  return open_parts_;
+}
+
+void SecondLookView::add_part(part_t& part) {
+  if (part.place == No_Place) {
+    part.place = static_cast<uint32_t>(open_parts_.hashes.size());
+    open_parts_.hashes.push_back(part.hash);
+  }
+  open_parts_.members.push_back(part.place);
 }
 
 void temper(std::span<double> probabilities, double power) {
@@ -251,22 +268,30 @@ void SecondLook::temper(std::span<const Candidates::word_t> words, std::span<dou
   }
 }
 
+void SecondLook::sum_weights(std::span<const uint32_t> features, std::span<const uint32_t> parts) {
+  for (const uint32_t part : parts)
+    for (const uint32_t f : features) __builtin_prefetch(&weights_.table[place_of(f, part, bits_)]);
+  sums_.clear();
+  for (const uint32_t part : parts) {
+    int sum = 0;
+    for (const uint32_t f : features) sum += weights_.table[place_of(f, part, bits_)];
+    sums_.push_back(sum);
+  }
+}
+
 // Returns whether the word got another tag than it had.
 bool SecondLook::look_at(size_t word, const Candidates::word_t& found, const double* first,
                          double* posteriors) {
   const std::span<const uint16_t> open = view_.open_candidates(word);
   if (open.size() < 2) return false;
   const std::span<const uint32_t> features = view_.features(word);
-  const auto parts = view_.parts(found, open);
-  for (const std::vector<uint32_t>& of_tag : parts)
-    for (const uint32_t part : of_tag)
-      for (const uint32_t f : features) __builtin_prefetch(&weights_.table[place_of(f, part, bits_)]);
+  const open_parts_t& parts = view_.parts(found, open);
+  sum_weights(features, parts.hashes);
   scores_.clear();
   double left = 0.0;
   for (size_t i = 0; i < open.size(); ++i) {
     int sum = 0;
-    for (const uint32_t part : parts[i])
-      for (const uint32_t f : features) sum += weights_.table[place_of(f, part, bits_)];
+    for (const uint32_t part : parts.of(i)) sum += sums_[part];
     const double p = first[open[i]];
     left += p;
     scores_.push_back(weights_.scale * second_look_weights_t::Step * std::log(p) +

@@ -26,16 +26,36 @@
 namespace orvelle {
 
 // What the features of a place see of a word: hashes, 0 for what is not there.
-struct word_view_t {
-  uint32_t form = 0;                 // as it stands
-  uint32_t lower = 0;                // in small letters
-  std::array<uint32_t, 6> suffix{};  // its last bytes, by their number
-  std::array<uint32_t, 4> prefix{};  // its first bytes
+struct alignas(64) word_view_t {
+  static constexpr size_t Longest_Suffix = 5, Longest_Prefix = 3;
+
+  uint32_t form = 0;   // as it stands
+  uint32_t lower = 0;  // in small letters
+  // Its last bytes, one more in each of them, and its first bytes.
+  std::array<uint32_t, Longest_Suffix> suffixes{};
+  std::array<uint32_t, Longest_Prefix> prefixes{};
   uint32_t shape = 0;
   bool is_rare = false;
   uint32_t experience = 0;  // how often the training met it: 0 unlisted, 1 never, then by powers of two
   uint32_t open_tags = 0;   // the tags that are left open
   uint32_t best_tag = 0;    // of the first pass, or what the second look chose
+
+  uint32_t suffix(size_t bytes) const { return suffixes[bytes - 1]; }
+  uint32_t prefix(size_t bytes) const { return prefixes[bytes - 1]; }
+};
+
+// What has weights of the tags of a word that are left open: the tags; of their parts, those that not all of them have;
+// and that the lexicon does not list a tag. Tags have parts in common, so each part stands once.
+struct open_parts_t {
+  std::vector<uint32_t> hashes;   // of the parts
+  std::vector<uint32_t> members;  // the parts of each tag by their places, one tag behind the other
+  std::vector<size_t> ends;       // of each tag's
+
+  size_t tags() const { return ends.size(); }
+  std::span<const uint32_t> of(size_t tag) const {
+    const size_t start = tag > 0 ? ends[tag - 1] : 0;
+    return std::span(members).subspan(start, ends[tag] - start);
+  }
 };
 
 // Features and tags as the model that is trained and the one that is used see them.
@@ -68,25 +88,34 @@ class SecondLookView {
   // Hashes of the features of a word's place. Valid until: the next call.
   std::span<const uint32_t> features(size_t word);
 
-  // For each candidate that is left open the hashes of what has weights: the tag; of its parts, those that not all of them
-  // have; and that the lexicon does not list the tag, if that is so. Valid until: the next call.
-  std::span<const std::vector<uint32_t>> parts(const Candidates::word_t& word,
-                                               std::span<const uint16_t> open);
+  // The parts of the candidates that are left open. Valid until: the next call.
+  const open_parts_t& parts(const Candidates::word_t& word, std::span<const uint16_t> open);
 
  private:
+  struct part_t {
+    uint32_t hash;
+    uint32_t tags = 0;          // of those open, that have it
+    uint32_t place = No_Place;  // in open_parts_
+  };
+  static constexpr uint32_t No_Place = UINT32_MAX;
+
+  uint32_t tag_hash(int32_t tag) const { return parts_[tag_parts_[static_cast<size_t>(tag)][0]].hash; }
+  void add_part(part_t& part);
   word_view_t view(std::string_view form) const;
   void view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view);
 
   const Tables& tables_;
-  std::vector<word_view_t> known_;                // by the number of the word form; no form: not seen yet
-  std::vector<std::vector<uint32_t>> tag_parts_;  // by tag; the tag itself first, by its name
-  std::array<word_view_t, Reach> before_{};       // what was settled, the nearest last
-  bool is_start_ = true;                          // nothing of the sentence was settled
-  std::vector<word_view_t> views_;                // before_, the words, and as many that are not there
+  std::vector<word_view_t> known_;  // by the number of the word form; no form: not seen yet
+  std::vector<part_t> parts_;       // of all tags
+  std::vector<std::vector<uint32_t>>
+      tag_parts_;                            // by tag its parts, each once; the tag itself first, by its name
+  std::array<word_view_t, Reach> before_{};  // what was settled, the nearest last
+  bool is_start_ = true;                     // nothing of the sentence was settled
+  std::vector<word_view_t> views_;           // before_, the words, and as many that are not there
   std::vector<uint16_t> open_;
   std::vector<size_t> open_starts_;
   std::vector<uint32_t> features_;
-  std::vector<std::vector<uint32_t>> parts_;
+  open_parts_t open_parts_;
 };
 
 // Where the weight of a feature and a tag's part stands in a table of 2^bits.
@@ -115,11 +144,13 @@ class SecondLook {
   void forget() { view_.forget(); }
 
  private:
+  void sum_weights(std::span<const uint32_t> features, std::span<const uint32_t> parts);
   bool look_at(size_t word, const Candidates::word_t& candidates, const double* first, double* posteriors);
 
   const second_look_weights_t& weights_;
   int bits_;
   SecondLookView view_;
+  std::vector<int> sums_;  // of the weights of each part
   std::vector<double> scores_;
   std::vector<double> first_;  // the posteriors of the first pass
   std::vector<char> changed_;  // by word, and as many behind them as reach: whether its tag was another one
