@@ -32,6 +32,11 @@ class ModelColumns {
   // The same, but for numbers the lemma that stands for all of them.
   std::string_view lexicon_lemma(const candidate_t& candidate, std::string_view form);
 
+  // Asks the memory for a lemma that will be wanted soon.
+  void prefetch_lemma(const candidate_t& candidate) const {
+    if (candidate.lemma != No_Lemma) __builtin_prefetch(model_.Lemma(candidate.lemma));
+  }
+
   // Puts the tag into its column or columns, and the lemma, if asked for. Valid until: the next call.
   void fill(conllu_line_t& line, const candidate_t& candidate, bool with_lemma);
 

@@ -201,6 +201,8 @@ class TextTagger {
   // Writes the lines up to that many words, and at the end of the words all that is left; they wait no
   // longer.
   void write_words(size_t words) {
+    if (settings_.lemmas)
+      for (size_t i = 0; i < words; ++i) columns_.prefetch_lemma(tagger_.chosen(i));
     size_t done = 0;
     size_t word = 0;
     for (; done < lines_.size() && (word < words || words == words_); ++done) {

@@ -19,6 +19,7 @@ ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>
   for (const double factor : tag_factors) {
     const double share = 1.0 / factor;
     overall_.push_back(std::isfinite(share) && share > 0.0 ? share : 1.0);
+    floors_.push_back(Floor_Share * overall_.back());
   }
 }
 

@@ -11,6 +11,8 @@
 // it over. One preceding tag is its own slot.
 #pragma once
 
+#include <orvelle/tagger.h>
+
 #include <cstdint>
 #include <vector>
 
@@ -48,20 +50,29 @@ class ContextModel {
   // which counts for Sparse_Leaf_Weight n-grams. Around all that lie a floor and a ceiling, for values that no path
   // could bear: a file may hold any.
   double probability(const context_leaf_t& leaf, int32_t tag) const {
-    double p;
+    if (leaf.n == number_of_tags_) return bounded(leaf.prob[tag], tag);
+    return bounded((leaf.freq * tag_probability(leaf, tag) + Sparse_Leaf_Weight * overall_[tag]) /
+                       (leaf.freq + Sparse_Leaf_Weight),
+                   tag);
+  }
+
+  // For each candidate the probability times its score.
+  void weigh(const context_leaf_t& leaf, candidates_t candidates, double* result) const {
     if (leaf.n == number_of_tags_)
-      p = leaf.prob[tag];
+      for (const candidate_t& c : candidates) *result++ = bounded(leaf.prob[c.tag], c.tag) * c.score;
     else
-      p = (leaf.freq * tag_probability(leaf, tag) + Sparse_Leaf_Weight * overall_[tag]) /
-          (leaf.freq + Sparse_Leaf_Weight);
-    const double floor = Floor_Share * overall_[tag];
-    return p > floor ? (p < 1.0 ? p : 1.0) : floor;
+      for (const candidate_t& c : candidates) *result++ = probability(leaf, c.tag) * c.score;
   }
 
  private:
   static constexpr double Sparse_Leaf_Weight = 1.0;
   static constexpr double Floor_Share = 1e-6;
   static constexpr size_t Memo_Size = 1 << 18;  // 32-bit values, 1 MB: what the second-level cache holds
+
+  double bounded(double p, int32_t tag) const {
+    const double floor = floors_[tag];
+    return p > floor ? (p < 1.0 ? p : 1.0) : floor;
+  }
 
   size_t slot_of(const int32_t* preceding) const {
     if (order_ == 1) return static_cast<size_t>(preceding[0]);
@@ -77,6 +88,7 @@ class ContextModel {
   int order_ = 0;
   int shift_ = 63;
   std::vector<double> overall_;  // share of each tag in the corpus; above 0
+  std::vector<double> floors_;   // Floor_Share of it
   std::vector<int32_t> slots_;   // of order_ + 1 values: the leaf, -1 for an empty slot, and the tags
   std::vector<int32_t> full_;    // a context of Context_Size tags, for the walk
 };

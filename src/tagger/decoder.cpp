@@ -4,8 +4,21 @@
 #include <algorithm>
 #include <array>
 #include <numeric>
+#include <span>
 
 namespace orvelle {
+
+namespace {
+
+// Brings the sum to 1.
+void scale(std::span<double> values) {
+  double sum = 0.0;
+  for (const double value : values) sum += value;
+  const double factor = 1.0 / sum;
+  for (double& value : values) value *= factor;
+}
+
+}  // namespace
 
 void Decoder::best_path(std::span<const candidates_t> words, const int32_t* preceding,
                         std::vector<int>& chosen) {
@@ -94,7 +107,7 @@ void Decoder::add_word(candidates_t before, candidates_t last, candidates_t now)
 void Decoder::posteriors(std::span<const candidates_t> words, const int32_t* preceding,
                          std::vector<double>& result) {
   if (words.empty()) return;
-  if (context_.order() <= 1) return posteriors_of_pairs(words, preceding, result);
+  if (context_.order() <= Max_Exact_Order) return posteriors_of_pairs(words, preceding, result);
   make_lattice(words, preceding);
   run_backward();
   for (size_t i = 0; i < words.size(); ++i) {
@@ -110,68 +123,98 @@ void Decoder::posteriors(std::span<const candidates_t> words, const int32_t* pre
   }
 }
 
-void Decoder::prefetch_pairs(candidates_t from, candidates_t to) {
-  for (const candidate_t& a : from) {
-    const context_leaf_t& leaf = context_.leaf(&a.tag);
-    for (const candidate_t& b : to) context_.prefetch(leaf, b.tag);
+void Decoder::find_leaves(candidates_t before, candidates_t last, candidates_t now) {
+  next_pair_leaves_.clear();
+  if (before.size() * last.size() * now.size() == 1) return;
+  std::array<int32_t, 2> tags;
+  for (const candidate_t& a : before) {
+    tags[0] = a.tag;
+    for (const candidate_t& b : last) {
+      tags[1] = b.tag;
+      next_pair_leaves_.push_back(&context_.leaf(tags.data() + (2 - context_.order())));
+      for (const candidate_t& c : now) context_.prefetch(*next_pair_leaves_.back(), c.tag);
+    }
   }
 }
 
-// With one preceding tag, or none, the states of a word are its candidates, and all lies in flat arrays.
+size_t Decoder::width_before(std::span<const candidates_t> words, size_t i) const {
+  return context_.order() == 2 && i > 0 ? words[i - 1].size() : 1;
+}
+
 void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
                                   std::vector<double>& result) {
-  const candidate_t start{context_.order() > 0 ? preceding[0] : 0, 0, 1.0};
-  const auto before = [&](size_t i) { return i > 0 ? words[i - 1] : candidates_t(&start, 1); };
-  const auto scale = [](std::span<double> values) {
-    double sum = 0.0;
-    for (const double value : values) sum += value;
-    const double factor = 1.0 / sum;
-    for (double& value : values) value *= factor;
-  };
-  transitions_.clear();
+  const int order = context_.order();
+  std::array<candidate_t, 2> start{};
+  for (int i = 0; i < order; ++i) start[2 - order + i].tag = preceding[i];
+  candidates_t before{&start[0], 1}, last{&start[1], 1};
+  edges_of_pairs_ = 0;
   forward_.assign(1, 1.0);
-  size_t last = 0;  // where the word before begins in forward_
+  size_t first = 0;  // of the pairs of the last two words
+  find_leaves(before, last, words[0]);
   for (size_t i = 0; i < words.size(); ++i) {
-    const candidates_t from = before(i), to = words[i];
-    if (i + 1 < words.size()) prefetch_pairs(to, words[i + 1]);
-    const size_t first = last + from.size();
-    forward_.resize(first + to.size(), 0.0);
-    for (size_t a = 0; a < from.size(); ++a) {
-      if (from.size() * to.size() == 1) {  // no choice, whatever the contexts say
-        transitions_.push_back(1.0);
-        forward_[first] = 1.0;
-        break;
-      }
-      const context_leaf_t& leaf = context_.leaf(&from[a].tag);
-      for (size_t b = 0; b < to.size(); ++b) {
-        const double p = context_.probability(leaf, to[b].tag) * to[b].score;
-        transitions_.push_back(p);
-        forward_[first + b] += forward_[last + a] * p;
-      }
-    }
-    scale(std::span(forward_).subspan(first));
-    last = first;
+    pair_leaves_.swap(next_pair_leaves_);
+    const candidates_t next_before = order == 2 ? last : before;
+    if (i + 1 < words.size()) find_leaves(next_before, words[i], words[i + 1]);
+    first = step_forward(before.size(), last.size(), words[i], first);
+    before = next_before;
+    last = words[i];
   }
+  run_backward_of_pairs(words);
+  size_t pair = 1;
+  for (size_t i = 0; i < words.size(); ++i) {
+    const size_t its_first = result.size();
+    result.resize(its_first + words[i].size(), 0.0);
+    for (size_t a = 0; a < width_before(words, i); ++a)
+      for (size_t b = its_first; b < result.size(); ++b, ++pair)
+        result[b] += forward_[pair] * backward_[pair];
+    scale(std::span(result).subspan(its_first));
+  }
+}
+
+size_t Decoder::step_forward(size_t before, size_t last, candidates_t now, size_t first) {
+  const bool has_pairs = context_.order() == 2;
+  const size_t next = first + before * last;
+  const size_t edges = before * last * now.size();
+  forward_.resize(next + (has_pairs ? last : 1) * now.size(), 0.0);
+  if (transitions_.size() < edges_of_pairs_ + edges) transitions_.resize(2 * (edges_of_pairs_ + edges));
+  double* p = &transitions_[edges_of_pairs_];
+  edges_of_pairs_ += edges;
+  if (edges == 1) {  // no choice, whatever the contexts say
+    *p = forward_[next] = 1.0;
+    return next;
+  }
+  const size_t stride = has_pairs ? now.size() : 0;
+  const context_leaf_t* const* leaf = pair_leaves_.data();
+  for (size_t a = 0; a < before; ++a)
+    for (size_t b = 0; b < last; ++b, p += now.size()) {
+      context_.weigh(**leaf++, now, p);
+      const double forward = forward_[first++];
+      double* const to = &forward_[next + b * stride];
+      for (size_t c = 0; c < now.size(); ++c) to[c] += forward * p[c];
+    }
+  scale(std::span(forward_).subspan(next));
+  return next;
+}
+
+void Decoder::run_backward_of_pairs(std::span<const candidates_t> words) {
   backward_.assign(forward_.size(), 1.0);
-  size_t end = forward_.size(), edge = transitions_.size();
+  size_t end = forward_.size();
+  const double* p = transitions_.data() + edges_of_pairs_;
   for (size_t i = words.size(); i-- > 1;) {
-    const size_t to = end - words[i].size(), from = to - words[i - 1].size();
-    edge -= words[i].size() * words[i - 1].size();
-    const double* p = &transitions_[edge];
-    for (size_t a = from; a < to; ++a) {
-      double sum = 0.0;
-      for (size_t b = to; b < end; ++b) sum += *p++ * backward_[b];
-      backward_[a] = sum;
-    }
-    scale(std::span(backward_).subspan(from, to - from));
-    end = to;
-  }
-  size_t place = 1;
-  for (const candidates_t candidates : words) {
-    const size_t first = result.size();
-    for (size_t k = 0; k < candidates.size(); ++k, ++place)
-      result.push_back(forward_[place] * backward_[place]);
-    scale(std::span(result).subspan(first));
+    const size_t width = words[i].size(), last = words[i - 1].size();
+    const size_t next = end - width_before(words, i) * width;
+    const size_t first = next - width_before(words, i - 1) * last;
+    const size_t stride = context_.order() == 2 ? width : 0;
+    for (size_t pair = next; pair > first;)
+      for (size_t b = last; b-- > 0;) {
+        p -= width;
+        const double* const to = &backward_[next + b * stride];
+        double sum = 0.0;
+        for (size_t c = 0; c < width; ++c) sum += p[c] * to[c];
+        backward_[--pair] = sum;
+      }
+    scale(std::span(backward_).subspan(first, next - first));
+    end = next;
   }
 }
 

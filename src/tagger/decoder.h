@@ -23,8 +23,8 @@ namespace orvelle {
 
 class Decoder {
  public:
-  // Beyond `Max_Exact_Order` preceding tags the decoder follows the `beam` best histories at each word, below
-  // it all.
+  // Up to so many preceding tags all is done in flat arrays; beyond them the decoder follows the `beam` best histories at
+  // each word.
   static constexpr int Max_Exact_Order = 2;
 
   Decoder(ContextModel& context, size_t beam) : context_(context), beam_(beam) {}
@@ -57,7 +57,13 @@ class Decoder {
   void add_word(candidates_t before, candidates_t last, candidates_t now);
   void posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
                            std::vector<double>& result);
-  void prefetch_pairs(candidates_t from, candidates_t to);
+  // Forward to a word; `before` and `last` are the numbers of candidates of those before it, whose pairs begin at `first`.
+  // Returns where its own begin.
+  size_t step_forward(size_t before, size_t last, candidates_t now, size_t first);
+  void run_backward_of_pairs(std::span<const candidates_t> words);
+  size_t width_before(std::span<const candidates_t> words, size_t i) const;
+  // Finds the leaves of the pairs of two words, and asks the memory for what they say of the next one.
+  void find_leaves(candidates_t before, candidates_t last, candidates_t now);
   void make_lattice(std::span<const candidates_t> words, const int32_t* preceding);
   void extend(candidates_t candidates, size_t first, size_t end);
   void prune(size_t first);
@@ -66,12 +72,14 @@ class Decoder {
   ContextModel& context_;
   size_t beam_;
 
-  // One preceding tag.
-  std::vector<double> forward_, backward_;  // of the candidates, word by word
-  std::vector<double> transitions_;  // from each candidate to each of the next word, times the score of that
-
-  // The pairs.
-  std::vector<double> score_, next_score_;  // by candidate of the word before, then of the word
+  // The pairs of the candidates of two neighbouring words; with one preceding tag the first of them does not matter, and
+  // stands for all.
+  std::vector<double> forward_, backward_;  // word by word, by candidate of the word before, then of the word
+  // From each pair to each candidate of the next word, times the score of that; so many of them, and room for more.
+  std::vector<double> transitions_;
+  size_t edges_of_pairs_ = 0;
+  std::vector<const context_leaf_t*> pair_leaves_, next_pair_leaves_;
+  std::vector<double> score_, next_score_;  // by candidate of the word, then of the word before
   std::vector<uint16_t> back_;              // for each pair of each word the candidate two words before
   std::vector<size_t> back_starts_;         // by word
 
