@@ -36,8 +36,7 @@ SecondLookLearner::SecondLookLearner(size_t words, bool splits_tags)
 
 void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_t> sentences) {
   const Tables& tables = ModelAccess::tables(model);
-  FirstPass first(tables, std::make_shared<const RareWords>(tables, Warn()),
-                  {Candidates::Width::Wide, false, {}}, tagger_options_t().beam);
+  FirstPass first(tables, {Candidates::Width::Wide, false, {}}, tagger_options_t().beam);
   SecondLookView view(tables, splits_tags_);
   std::vector<double> posteriors;
   std::vector<int32_t> gold;

@@ -26,11 +26,26 @@ constexpr double Least_Rank = 1e-3;      // of a listed tag, beside what the gue
 
 }  // namespace
 
-Candidates::Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, options_t options)
+SharedWords::SharedWords(const Tables& tables, const Warn& warn)
+    : rare_words(tables, warn), choices_(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)) {}
+
+SharedWords::~SharedWords() {
+  for (const std::atomic<const shortlist_t*>& choice : choices_)
+    delete choice.load(std::memory_order_relaxed);
+}
+
+const shortlist_t& SharedWords::choose(size_t entry, std::unique_ptr<const shortlist_t> choice) {
+  const shortlist_t* known = nullptr;
+  const bool is_first =
+      choices_[entry].compare_exchange_strong(known, choice.get(), std::memory_order_acq_rel);
+  return is_first ? *choice.release() : *known;
+}
+
+Candidates::Candidates(const Tables& tables, std::shared_ptr<SharedWords> shared, options_t options)
     : tables_(tables),
       options_(std::move(options)),
-      guesser_(tables, std::move(rare_words), options_.warn),
-      known_(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)),
+      shared_(std::move(shared)),
+      guesser_(tables, std::shared_ptr<const RareWords>(shared_, &shared_->rare_words), options_.warn),
       probability_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
       lemma_(tables.fullex.A_Priori_Tag_Prob_Fac.size(), No_Lemma) {}
 
@@ -68,29 +83,33 @@ void Candidates::find(std::span<const std::string_view> forms, std::vector<word_
 Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
   if (entry != nullptr) {
     const int number = tables_.fullex.lexicon.index_of(*entry);
-    choice_t& known = known_[static_cast<size_t>(number)];
-    if (known.candidates.empty()) {
-      const readings_t added = tables_.extras.added.find(form);
-      choose_known(entry->word, *entry->data, added);
-      known.candidates = take_choice();
-      known.listed = listed_of(known, entry->data, added);
-    }
-    return {known.candidates, number, known.listed};
+    const shortlist_t* known = shared_->choice(static_cast<size_t>(number));
+    if (known == nullptr) known = &choose_entry(form, *entry, static_cast<size_t>(number));
+    return {known->candidates, number, known->listed};
   }
   auto place = unknown_.find(form);
   if (place == unknown_.end()) {
     choose_unknown(std::string(form).c_str());
-    choice_t choice{take_choice()};
+    shortlist_t choice{take_choice()};
     choice.listed = listed_of(choice, nullptr, tables_.extras.added.find(form));
-    const auto number = static_cast<int32_t>(known_.size() + unknown_.size());
+    const auto number = static_cast<int32_t>(shared_->entries() + unknown_.size());
     remembered_ += form.size() + choice.candidates.size() * sizeof(candidate_t) + 128;
     place = unknown_.emplace(form, unknown_t{std::move(choice), number}).first;
   }
   return {place->second.choice.candidates, place->second.number, place->second.choice.listed};
 }
 
-uint16_t Candidates::listed_of(const choice_t& choice, const entrydata_t* data, readings_t added) const {
-  if (data == nullptr && added.empty()) return All_Listed;
+const shortlist_t& Candidates::choose_entry(std::string_view form, const entry_t& entry, size_t number) {
+  const readings_t added = tables_.extras.added.find(form);
+  choose_known(entry.word, *entry.data, added);
+  auto choice = std::make_unique<shortlist_t>();
+  choice->candidates = take_choice();
+  choice->listed = listed_of(*choice, entry.data, added);
+  return shared_->choose(number, std::move(choice));
+}
+
+uint16_t Candidates::listed_of(const shortlist_t& choice, const entrydata_t* data, readings_t added) const {
+  if (data == nullptr && added.empty()) return shortlist_t::All_Listed;
   uint16_t listed = 0;
   for (size_t k = 0; k < choice.candidates.size(); ++k) {
     const int32_t tag = choice.candidates[k].tag;

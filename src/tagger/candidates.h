@@ -13,6 +13,7 @@
 // The score is the probability times the tag's factor: in proportion to that of the word form given the tag.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -27,6 +28,35 @@
 
 namespace orvelle {
 
+// The candidates that were chosen for a word form.
+struct shortlist_t {
+  static constexpr uint16_t All_Listed = 0xFFFF;
+
+  std::vector<candidate_t> candidates;
+  uint16_t listed = All_Listed;  // as in Candidates::word_t
+};
+
+// What was learned from the lexicon and chosen for its entries. For taggers in several threads: what one of them chose is
+// there for all.
+class SharedWords {
+ public:
+  SharedWords(const Tables& tables, const Warn& warn);
+  ~SharedWords();
+  SharedWords(const SharedWords&) = delete;
+  SharedWords& operator=(const SharedWords&) = delete;
+
+  const RareWords rare_words;
+
+  size_t entries() const { return choices_.size(); }
+  // What was chosen for an entry; null before.
+  const shortlist_t* choice(size_t entry) const { return choices_[entry].load(std::memory_order_acquire); }
+  // Returns what is chosen from now on: another thread may have been faster.
+  const shortlist_t& choose(size_t entry, std::unique_ptr<const shortlist_t> choice);
+
+ private:
+  std::vector<std::atomic<const shortlist_t*>> choices_;
+};
+
 class Candidates {
  public:
   static constexpr size_t Most = 16;  // for a word form; more cost time and gain nothing
@@ -40,8 +70,8 @@ class Candidates {
     Warn warn;                   // as well
   };
 
-  // The tables must outlive the object.
-  Candidates(const Tables& tables, std::shared_ptr<const RareWords> rare_words, options_t options);
+  // The tables must outlive the object. `shared` is of the same tables, and all who share it have the same options.
+  Candidates(const Tables& tables, std::shared_ptr<SharedWords> shared, options_t options);
 
   // A word form: its candidates, at least one, the most probable first; and a number that no other has.
   struct word_t {
@@ -50,7 +80,6 @@ class Candidates {
     uint16_t
         listed;  // a bit for each candidate: the lexicon lists the tag; all of them for what is not in the lexicon
   };
-  static constexpr uint16_t All_Listed = 0xFFFF;
 
   // Those of word forms, one behind the other into `words`. A word form ends at a NUL. Valid until: the next call of trim.
   void find(std::span<const std::string_view> forms, std::vector<word_t>& words);
@@ -67,16 +96,13 @@ class Candidates {
   static constexpr size_t Remembered_Bytes = 1 << 24;
 
   using readings_t = std::span<const AddedReadings::reading_t>;
-  struct choice_t {
-    std::vector<candidate_t> candidates;
-    uint16_t listed = All_Listed;
-  };
   struct unknown_t {
-    choice_t choice;
+    shortlist_t choice;
     int32_t number;
   };
 
   word_t of(std::string_view form, const entry_t* entry);
+  const shortlist_t& choose_entry(std::string_view form, const entry_t& entry, size_t number);
   void begin_choice();
   void choose_known(const char* word, const entrydata_t& data, readings_t added);
   void choose_unknown(const char* word);
@@ -87,14 +113,14 @@ class Candidates {
   void add_any();
   void add_main_lemma(const entrydata_t& data);
   std::vector<candidate_t> take_choice();
-  uint16_t listed_of(const choice_t& choice, const entrydata_t* data, readings_t added) const;
+  uint16_t listed_of(const shortlist_t& choice, const entrydata_t* data, readings_t added) const;
 
   const entrydata_t* stand_in(const char* word, bool strips_markup) const;
 
   const Tables& tables_;
   const options_t options_;
+  const std::shared_ptr<SharedWords> shared_;
   Guesser guesser_;
-  std::vector<choice_t> known_;  // by entry; empty as long as nobody asked
   std::unordered_map<std::string, unknown_t, string_hash_t, std::equal_to<>> unknown_;
   size_t remembered_ = 0;  // bytes of unknown_, about
   TagWeights probability_;

@@ -18,11 +18,13 @@ namespace orvelle {
 
 class FirstPass {
  public:
-  // The tables must outlive the object. `beam`: as in tagger_options_t.
-  FirstPass(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Candidates::options_t options,
-            size_t beam)
+  // The tables must outlive the object. `beam`: as in tagger_options_t; `shared`: as in Candidates.
+  FirstPass(const Tables& tables, const Candidates::options_t& options, size_t beam)
+      : FirstPass(tables, options, beam, std::make_shared<SharedWords>(tables, options.warn)) {}
+  FirstPass(const Tables& tables, const Candidates::options_t& options, size_t beam,
+            std::shared_ptr<SharedWords> shared)
       : sentence_tag_(tables.fullex.tagset.Sent_Tag),
-        candidates_(tables, std::move(rare_words), std::move(options)),
+        candidates_(tables, std::move(shared), options),
         context_(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
         decoder_(context_, beam),
         preceding_(static_cast<size_t>(context_.order()), sentence_tag_) {}

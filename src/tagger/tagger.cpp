@@ -22,13 +22,13 @@ Candidates::options_t candidate_options(const Tables& tables, const tagger_optio
 }  // namespace
 
 struct Tagger::Parts {
-  Parts(const Tables& model_tables, const tagger_options_t& given, std::shared_ptr<const RareWords> learned)
+  Parts(const Tables& model_tables, const tagger_options_t& given, std::shared_ptr<SharedWords> its_words)
       : tables(model_tables),
         options(given),
         by_word(options.choice == tagger_options_t::Choice::Word ||
                 (options.choice == tagger_options_t::Choice::As_Suits && !tables.extras.card.empty())),
-        rare_words(std::move(learned)),
-        first(tables, rare_words, candidate_options(tables, options), options.beam) {
+        shared(std::move(its_words)),
+        first(tables, candidate_options(tables, options), options.beam, shared) {
     if (by_word && !tables.extras.weights.empty()) second_look.emplace(tables);
   }
 
@@ -62,7 +62,7 @@ struct Tagger::Parts {
   const Tables& tables;
   const tagger_options_t options;
   const bool by_word;
-  const std::shared_ptr<const RareWords> rare_words;
+  const std::shared_ptr<SharedWords> shared;
   FirstPass first;
   std::optional<SecondLook> second_look;
   std::vector<int> chosen;
@@ -72,13 +72,12 @@ struct Tagger::Parts {
 };
 
 Tagger::Tagger(const Model& model, const tagger_options_t& options)
-    : parts_(std::make_unique<Parts>(
-          ModelAccess::tables(model), options,
-          std::make_shared<const RareWords>(ModelAccess::tables(model), options.warn))) {}
+    : parts_(
+          std::make_unique<Parts>(ModelAccess::tables(model), options,
+                                  std::make_shared<SharedWords>(ModelAccess::tables(model), options.warn))) {}
 
 Tagger::Tagger(const Tagger& other)
-    : parts_(std::make_unique<Parts>(other.parts_->tables, other.parts_->options, other.parts_->rare_words)) {
-}
+    : parts_(std::make_unique<Parts>(other.parts_->tables, other.parts_->options, other.parts_->shared)) {}
 
 Tagger::Tagger(Tagger&&) noexcept = default;
 Tagger& Tagger::operator=(Tagger&&) noexcept = default;

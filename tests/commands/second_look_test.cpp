@@ -56,8 +56,7 @@ const std::vector<std::string_view> Text = {"w", "v", "w", "x", "v", ".", "w", "
 struct seen_text_t {
   seen_text_t(const Model& model, std::span<const std::string_view> forms, bool splits_tags = false)
       : tables(ModelAccess::tables(model)),
-        first(tables, std::make_shared<const RareWords>(tables, Warn()), {Candidates::Width::Wide, false, {}},
-              32),
+        first(tables, {Candidates::Width::Wide, false, {}}, 32),
         view(tables, splits_tags) {
     first.find(forms);
     first.posteriors(posteriors);
