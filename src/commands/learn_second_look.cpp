@@ -7,7 +7,6 @@
 #include <bit>
 #include <cmath>
 #include <memory>
-#include <random>
 #include <utility>
 
 #include "model/tables.h"
@@ -50,6 +49,11 @@ void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_
     learn_sentence(view, first.words(), gold, posteriors);
     view.end_sentence();
   }
+}
+
+void SecondLookLearner::learn_shuffled(const Model& model, std::vector<gold_sentence_t> sentences) {
+  for (size_t i = sentences.size(); i > 1; --i) std::swap(sentences[i - 1], sentences[random_() % i]);
+  learn(model, sentences);
 }
 
 // In two rounds, as a text is tagged; the second one learns. Where the right tag is not left open, there is nothing to be
@@ -166,17 +170,20 @@ second_look_weights_t SecondLookLearner::weights() const {
   return result;
 }
 
-second_look_weights_t learn_second_look(size_t words, bool splits_tags, const Settings& settings,
+learned_second_look_t learn_second_look(size_t words, bool splits_tags, const Settings& settings,
                                         const std::function<unseen_fold_t(size_t fold)>& make_fold) {
   SecondLookLearner learner(words, splits_tags);
-  std::mt19937 random(1);
+  learned_second_look_t learned;
   for (size_t fold = 0; fold < Second_Look_Folds; ++fold) {
     unseen_fold_t unseen = make_fold(fold);
-    std::vector<gold_sentence_t>& sentences = unseen.sentences;
-    for (size_t i = sentences.size(); i > 1; --i) std::swap(sentences[i - 1], sentences[random() % i]);
-    learner.learn(make_model(train(unseen.texts.inputs(), settings, {}, {})), sentences);
+    const Model model = make_model(train(unseen.texts.inputs(), settings, {}, {}));
+    learner.learn_shuffled(model, std::move(unseen.sentences));
+    if (unseen.last.empty()) continue;
+    learned.without_last = learner.weights();
+    learner.learn_shuffled(model, std::move(unseen.last));
   }
-  return learner.weights();
+  learned.weights = learner.weights();
+  return learned;
 }
 
 }  // namespace orvelle

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -43,8 +44,8 @@ constexpr char Help[] =
     "Makes a model for orvelle tag from treebanks: CoNLL-U, or columns of form, tag and lemma.\n"
     "Or from files that train-orvelle takes. Says at the end how often the model is right.\n"
     "\n"
-    "  --dev FILE            measure on this treebank (a tenth of the sentences, which only\n"
-    "                        the last training sees)\n"
+    "  --dev FILE            measure on this treebank (a tenth of the sentences, which the\n"
+    "                        model that is measured has not seen)\n"
     "  --lexicon FILE        with treebanks: more entries, in the trainer's format; may be\n"
     "                        repeated\n"
     "  --settings OPTIONS    train with these options of train-orvelle, such as\n"
@@ -60,7 +61,6 @@ constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},        
                                 {"corpus", "FILE"}, {"settings", "OPTIONS"},    {"tune", nullptr},
                                 {"jobs", "N"},      {"no-second-look", nullptr}};
 
-constexpr double Held_Out_Share = 0.1;
 constexpr size_t Least_Sentences = 20;  // from which on a tenth of them can tell something
 
 // ---- training and measuring
@@ -130,16 +130,30 @@ class Trainer {
       read_files();
     else
       read_treebanks();
-    if (line_.has("dev")) return write(train_with_dev());
-    if (!line_.has("corpus")) measure_without_dev();
-    write(train(all_));
+    if (line_.has("dev"))
+      read_dev();
+    else if (!line_.has("corpus"))
+      hold_tenth_out();
+    write(train_best());
   }
 
  private:
-  Model train_with_dev() {
+  // What the model, or one of its own that has not seen them, is measured on.
+  struct measured_sentences_t {
+    const Treebank& treebank;
+    sentences_t sentences;
+    std::string name;
+    std::optional<training_set_t> others;  // of the same treebank
+  };
+  struct trained_t {
+    Model model;
+    evaluation_t result;
+  };
+
+  void read_dev() {
     treebank_options_t options = options_;
     options.without_tag = treebank_options_t::Skip;
-    Treebank dev(options, remarks_);
+    Treebank& dev = dev_.emplace(options, remarks_);
     read(dev, line_.value("dev", nullptr));
     dev.close_remarks();
     const input_t& input = inputs_.back();
@@ -148,20 +162,39 @@ class Trainer {
     if (std::ranges::count(inputs_, input.digest, &input_t::digest) > 1)
       remarks_.say(input.name + " was trained on as well: what it tells is not what new text would");
     if (line_.has("corpus") && dev.has_universal_tags) set_.columns = columns_of(dev, sentences, options);
-    Model model = train_tuned(dev, sentences, all_);
-    measure_on(model, dev, sentences, file_name(input.name));
-    return model;
+    measured_.emplace(measured_sentences_t{dev, sentences, file_name(input.name), {}});
   }
 
-  // By a model of its own, on what was held out of its training.
-  void measure_without_dev() {
-    const parts_t parts = split_in_blocks(treebank_, Held_Out_Share);
-    if (all_.size() < Least_Sentences || !can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
+  // The second look learns them last, so that it can be measured before.
+  void hold_tenth_out() {
+    const size_t count = all_.size();
+    const parts_t parts = split_by(treebank_, [count](size_t i) { return is_learned_last(i, count); });
+    if (count < Least_Sentences || !can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
       return;
-    training_set_t whole = std::exchange(set_, make_set(parts.training));
-    measure_on(train_tuned(treebank_, parts.test, parts.training), treebank_, parts.test,
-               "a tenth that was held out");
-    set_ = std::move(whole);
+    measured_.emplace(
+        measured_sentences_t{treebank_, parts.test, "a tenth that was held out", make_set(parts.training)});
+  }
+
+  // Trains with the settings that were told, or with --tune with the better ones of these and those of a search.
+  // The search knows the first pass alone; what it finds must be better with the second look as well.
+  Model train_best() {
+    const Settings usual = settings_, found = line_.has("tune") && measured_ ? search_settings() : usual;
+    trained_t best = train();
+    if (found != usual) {
+      settings_ = found;
+      trained_t by_found = train();
+      constexpr int64_t Noticeable_Share = 1000;  // one word in so many
+      const score_t &all = best.result.all, &found_all = by_found.result.all;
+      if (found_all.right - all.right > all.words / Noticeable_Share)
+        best = std::move(by_found);
+      else
+        settings_ = usual;
+    }
+    if (measured_) {
+      accuracy_ = summary(best.result) + " on " + measured_->name;
+      out_.print("right: %s\n", accuracy_.c_str());
+    }
+    return std::move(best.model);
   }
 
   training_set_t make_set(const sentences_t& sentences) {
@@ -207,26 +240,11 @@ class Trainer {
       settings_.UTF8_Processing = encoding_of(set_.texts.lexicon.text) == encoding_t::Utf8;
   }
 
-  // Trains with the settings that were told, or with --tune with the better ones of these and those of a search.
-  // The search knows the first pass alone; what it finds must be better with the second look as well.
-  Model train_tuned(const Treebank& treebank, const sentences_t& sentences, const sentences_t& training) {
-    const Settings usual = settings_,
-                   found = line_.has("tune") ? search_settings(treebank, sentences) : usual;
-    Model by_usual = train(training);
-    if (found == usual) return by_usual;
-    settings_ = found;
-    Model by_found = train(training);
-    const score_t usual_score = measure(by_usual, treebank, sentences).all,
-                  found_score = measure(by_found, treebank, sentences).all;
-    constexpr int64_t Noticeable_Share = 1000;  // one word in so many
-    if (found_score.right - usual_score.right > usual_score.words / Noticeable_Share) return by_found;
-    settings_ = usual;
-    return by_usual;
-  }
-
-  Settings search_settings(const Treebank& treebank, const sentences_t& sentences) {
+  Settings search_settings() {
+    const auto& [treebank, sentences, name, others] = *measured_;
+    const training_texts_t& texts = others ? others->texts : set_.texts;
     const size_t jobs = jobs_option(line_, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 64));
-    const Folds folds(set_.texts, settings_.SENT_TAG, {"", corpus_text(treebank, sentences, "\n")});
+    const Folds folds(texts, settings_.SENT_TAG, {"", corpus_text(treebank, sentences, "\n")});
     out_.put("\n");
     Search search(folds, {jobs, !line_.has("no-second-look")}, out_, remarks_);
     // A model file chooses by word.
@@ -267,51 +285,57 @@ class Trainer {
                    " of --lexicon left out, with tags that the treebank does not have");
   }
 
-  Model train(const sentences_t& sentences) {
-    ProgressLine progress(remarks_, "training");
-    Model model = make_full_model(set_, settings_, orvelle::train(set_.texts.inputs(), settings_, {}, {}));
+  Model train_first_pass(const training_set_t& set) {
+    Model model = make_full_model(set, settings_, orvelle::train(set.texts.inputs(), settings_, {}, {}));
     add_readings(model);
-    if (line_.has("no-second-look")) return model;
+    return model;
+  }
+
+  trained_t train() {
+    ProgressLine progress(remarks_, "training");
+    Model model = train_first_pass(set_);
+    learned_second_look_t learned = learn(have_parts(model));
+    evaluation_t result;
+    if (measured_ && measured_->others) {
+      Model others = train_first_pass(*measured_->others);
+      ModelAccess::tables(others).extras.weights = std::move(learned.without_last);
+      result = measure(others, measured_->treebank, measured_->sentences);
+    }
+    ModelAccess::tables(model).extras.weights = std::move(learned.weights);
+    if (measured_ && !measured_->others) result = measure(model, measured_->treebank, measured_->sentences);
+    return {std::move(model), std::move(result)};
+  }
+
+  learned_second_look_t learn(bool splits_tags) {
+    if (line_.has("no-second-look")) return {};
     try {
-      ModelAccess::tables(model).extras.weights = line_.has("corpus")
-                                                      ? learn_from_files(have_parts(model))
-                                                      : learn_from(sentences, have_parts(model));
+      return line_.has("corpus") ? learn_from_files(splits_tags) : learn_from_treebanks(splits_tags);
     } catch (const Failure& failure) {
       remarks_.say(std::string("no second look: ") + failure.what());
     } catch (const Error& failure) {
       remarks_.say("no second look: " + message_of(failure));
     }
-    return model;
+    return {};
   }
 
-  second_look_weights_t learn_from_files(bool splits_tags) const {
+  learned_second_look_t learn_from_files(bool splits_tags) const {
     const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, Folds::Dealing::Blocks);
     return learn_second_look(folds.tokens(), splits_tags, settings_,
                              [&](size_t fold) { return folds.unseen_fold(fold); });
   }
 
-  second_look_weights_t learn_from(const sentences_t& sentences, bool splits_tags) {
-    size_t words = 0;
-    for (const range_t& sentence : sentences) words += sentence.end - sentence.first;
+  learned_second_look_t learn_from_treebanks(bool splits_tags) {
+    const size_t count = all_.size();
     const auto make_fold = [&](size_t fold) {
-      sentences_t others;
-      std::vector<gold_sentence_t> held_out;
-      for (size_t i = 0; i < sentences.size(); ++i)
-        if (block_of(i, sentences.size()) % Second_Look_Folds != fold)
-          others.push_back(sentences[i]);
-        else
-          held_out.push_back(gold_of(treebank_, sentences[i]));
-      if (!can_be_trained_on(treebank_, others, options_.sentence_tag))
+      const parts_t parts = split_by(treebank_, [&](size_t i) { return second_look_fold(i, count) == fold; });
+      if (!can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
         stop("too few sentences end in a token of --sentence-end");
-      return unseen_fold_t{make_set(others).texts, std::move(held_out)};
+      unseen_fold_t unseen{make_set(parts.training).texts, {}, {}};
+      for (size_t i = 0; i < count; ++i)
+        if (second_look_fold(i, count) == fold) unseen.of(i, count).push_back(gold_of(treebank_, all_[i]));
+      return unseen;
     };
-    return learn_second_look(words, splits_tags, settings_, make_fold);
-  }
-
-  void measure_on(const Model& model, const Treebank& treebank, const sentences_t& sentences,
-                  const std::string& name) {
-    accuracy_ = summary(measure(model, treebank, sentences)) + " on " + name;
-    out_.print("right: %s\n", accuracy_.c_str());
+    return learn_second_look(treebank_.tokens.size(), splits_tags, settings_, make_fold);
   }
 
   static std::string file_name(const std::string& path) {
@@ -357,7 +381,9 @@ class Trainer {
   Remarks& remarks_;
   treebank_options_t options_;
   Treebank treebank_;
-  sentences_t all_;             // of the treebank
+  sentences_t all_;  // of the treebank
+  std::optional<Treebank> dev_;
+  std::optional<measured_sentences_t> measured_;
   std::vector<token_t> added_;  // readings of --lexicon
   bool has_told_of_added_ = false;
   NewFile file_;  // the model; made before the work, so that what is in its way is told before

@@ -154,10 +154,7 @@ size_t line_length(const Treebank& treebank, const lexicon_entry_t& line) {
 
 }  // namespace
 
-namespace {
-
-template <class IsAside>
-parts_t split_by(const Treebank& treebank, IsAside is_aside) {
+parts_t split_by(const Treebank& treebank, const std::function<bool(size_t sentence)>& is_aside) {
   parts_t parts;
   size_t first = 0;
   for (size_t i = 0; i < treebank.sentence_ends.size(); ++i) {
@@ -167,20 +164,9 @@ parts_t split_by(const Treebank& treebank, IsAside is_aside) {
   return parts;
 }
 
-}  // namespace
-
 parts_t split(const Treebank& treebank, double share) {
   return split_by(treebank, [share](size_t i) {
     return std::floor(static_cast<double>(i + 1) * share) > std::floor(static_cast<double>(i) * share);
-  });
-}
-
-parts_t split_in_blocks(const Treebank& treebank, double share) {
-  constexpr double Blocks = 5.0;
-  const auto sentences = static_cast<double>(treebank.sentence_ends.size());
-  return split_by(treebank, [=](size_t i) {
-    const double place = static_cast<double>(i) / sentences * Blocks;
-    return place - std::floor(place) < share;
   });
 }
 

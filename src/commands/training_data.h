@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,8 +25,8 @@ struct parts_t {
 
 // Sets a share of the sentences aside, spread evenly.
 parts_t split(const Treebank& treebank, double share);
-// The same in a few blocks of neighbouring sentences, as new text would be: neighbours share words and names.
-parts_t split_in_blocks(const Treebank& treebank, double share);
+// Sets those sentences aside whose numbers the function wants.
+parts_t split_by(const Treebank& treebank, const std::function<bool(size_t sentence)>& is_aside);
 
 struct lexicon_entry_t {
   struct pair_t {

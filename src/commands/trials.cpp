@@ -199,10 +199,12 @@ unseen_fold_t Folds::unseen_fold(size_t fold) const {
   unseen_fold_t unseen{{{texts_.lexicon.name, folds_[fold].lexicon},
                         {texts_.open_classes.name, folds_[fold].open_classes},
                         {texts_.corpus.name, training_corpus(fold)}},
+                       {},
                        {}};
-  for (const sentence_t& sentence : sentences_) {
+  for (size_t number = 0; number < sentences_.size(); ++number) {
+    const sentence_t& sentence = sentences_[number];
     if (sentence.fold != fold) continue;
-    gold_sentence_t& gold = unseen.sentences.emplace_back();
+    gold_sentence_t& gold = unseen.of(number, sentences_.size()).emplace_back();
     for (size_t i = sentence.first; i < sentence.end; ++i) {
       gold.forms.push_back(strings_.text(tokens_[i].form));
       gold.tags.push_back(strings_.text(tokens_[i].tag));

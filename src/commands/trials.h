@@ -53,7 +53,7 @@ class Folds {
   // held-out sentences know: its tags that are seen there and nowhere else. What the corpus never shows stays, as do
   // the last word form of a tag that the training needs. Texts that cannot be used are a Failure. They must outlive the
   // object.
-  enum class Dealing { Stretches, Blocks };  // one stretch each, or blocks in turn (block_of)
+  enum class Dealing { Stretches, Blocks };  // one stretch each, or those of a second look
   // Another `seed`, other stretches.
   Folds(const training_texts_t& texts, std::string_view sentence_tag, size_t folds, Dealing dealing,
         uint64_t seed = 1);
