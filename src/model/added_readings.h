@@ -23,6 +23,8 @@ class AddedReadings {
   };
 
   AddedReadings() = default;
+  AddedReadings(AddedReadings&&) = default;
+  AddedReadings& operator=(AddedReadings&&) = default;
   // A section that is not as it should be is a bad_model_file.
   AddedReadings(std::string_view section, int number_of_tags);
   std::string section() const;

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "commands/command_test.h"
+#include "model/tables.h"
 
 namespace orvelle {
 namespace {
@@ -143,6 +144,23 @@ TEST_F(RoadTest, OneFileHoldsAll) {
     EXPECT_EQ(result.status, 1) << i;
     EXPECT_TRUE(result.err.starts_with("orvelle show: bad: ")) << result.err;
   }
+}
+
+// What is measured on does not change what is learned; readings from outside are there to be chosen, and nothing else.
+TEST_F(RoadTest, TheSameIsLearnedWhateverIsMeasured) {
+  dir_.write("more", "snowbaking\tVBG snowbake\ndog\tZZ dog\n");
+  const auto weights_of = [&](const std::string& options) {
+    EXPECT_EQ(orvelle("train " + options + " train.conllu m").status, 0);
+    const Model model = read_model_file("m");
+    return ModelAccess::tables(model).extras.weights.section();
+  };
+  const std::string with_dev = weights_of("--dev dev.conllu");
+  EXPECT_TRUE(weights_of("") == with_dev);
+  EXPECT_NE(orvelle("show --card m").out.find("on a tenth that was held out"), std::string::npos);
+  EXPECT_TRUE(weights_of("--lexicon more") == with_dev);
+  EXPECT_EQ(orvelle("tag m -", "snowbaking\n").out, "snowbaking\tVBG\tsnowbake\n");
+  EXPECT_EQ(orvelle("train --lexicon more train.conllu m").err,
+            "orvelle train: 1 reading of --lexicon left out, with tags that the treebank does not have\n");
 }
 
 TEST_F(RoadTest, RecognisesWhatItGets) {

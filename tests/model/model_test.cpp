@@ -7,6 +7,7 @@
 #include <optional>
 #include <random>
 
+#include "model/added_readings.h"
 #include "sample_file.h"
 
 namespace orvelle {
@@ -232,6 +233,18 @@ TEST(Model, DeepTrees) {
   const Model yes = chain_of_yes.model();
   EXPECT_EQ(yes.context_leaf(std::vector<int32_t>(Depth, 0).data()).freq, 2);
   EXPECT_TRUE(written(yes) == chain_of_yes.bytes());
+}
+
+TEST(AddedReadings, AreReadAsTheyWereWritten) {
+  AddedReadings readings;
+  readings.add("gnu", 1, "gnu"), readings.add("emu s", 2, "emu"), readings.add("gnu", 2, "gnus");
+  readings.add("gnu", 1, "not this one");
+  EXPECT_EQ(readings.section(), "emu s\t2 emu\ngnu\t1 gnu\t2 gnus\n");
+  EXPECT_EQ(AddedReadings(readings.section(), 3).section(), readings.section());
+  EXPECT_EQ(AddedReadings("w\t0 \n", 1).section(), "w\t0 \n");
+  for (const char* bad : {"gnu\t1 gnu", "gnu\n", "\n", "\t1 gnu\n", "gnu\t\n", "gnu\t3 gnu\n",
+                          "gnu\t-1 gnu\n", "gnu\t1\n", "gnu\tx gnu\n", "gnu\t1x gnu\n", "gnu\t1 gnu\t\n"})
+    EXPECT_ERROR(AddedReadings(bad, 3), "in model file: added readings") << bad;
 }
 
 }  // namespace
