@@ -75,17 +75,22 @@ void Candidates::find(std::span<const std::string_view> forms, std::vector<word_
     const size_t size = std::min(forms.size(), group.size());
     for (size_t i = 0; i < size; ++i) group[i] = forms[i].substr(0, forms[i].find('\0'));
     tables_.fullex.lexicon.find_entries(std::span(group).first(size), entries.data());
-    for (size_t i = 0; i < size; ++i) words.push_back(of(group[i], entries[i]));
+    for (size_t i = 0; i < size; ++i)
+      if (entries[i] != nullptr) __builtin_prefetch(shared_->choice(number_of(*entries[i])));
+    for (size_t i = 0; i < size; ++i) {
+      words.push_back(of(group[i], entries[i]));
+      __builtin_prefetch(words.back().candidates.data());
+    }
     forms = forms.subspan(size);
   }
 }
 
 Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
   if (entry != nullptr) {
-    const int number = tables_.fullex.lexicon.index_of(*entry);
-    const shortlist_t* known = shared_->choice(static_cast<size_t>(number));
-    if (known == nullptr) known = &choose_entry(form, *entry, static_cast<size_t>(number));
-    return {known->candidates, number, known->listed};
+    const size_t number = number_of(*entry);
+    const shortlist_t* known = shared_->choice(number);
+    if (known == nullptr) known = &choose_entry(form, *entry, number);
+    return {known->candidates, static_cast<int32_t>(number), known->listed};
   }
   auto place = unknown_.find(form);
   if (place == unknown_.end()) {

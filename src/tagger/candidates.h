@@ -101,6 +101,9 @@ class Candidates {
     int32_t number;
   };
 
+  size_t number_of(const entry_t& entry) const {
+    return static_cast<size_t>(tables_.fullex.lexicon.index_of(entry));
+  }
   word_t of(std::string_view form, const entry_t* entry);
   const shortlist_t& choose_entry(std::string_view form, const entry_t& entry, size_t number);
   void begin_choice();
