@@ -63,7 +63,7 @@ class CheckedFile {
 
  private:
   static File open(const char* name) {
-    File file(std::strcmp(name, "-") == 0 ? stdin : std::fopen(name, "r"));
+    File file = std::strcmp(name, "-") == 0 ? File(stdin) : open_stream(name, "r");
     if (file == nullptr) stop(formatted("can't open %s: %s", name, std::strerror(errno)));
     return file;
   }

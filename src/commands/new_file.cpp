@@ -88,6 +88,7 @@ NewFile::~NewFile() {
 File NewFile::stream() const {
   const int copy = dup(descriptor_);
   File stream(copy >= 0 ? fdopen(copy, "wb") : nullptr);
+  if (stream == nullptr && errno == ENOMEM) space_error();
   if (stream == nullptr) stop_here();
   return stream;
 }

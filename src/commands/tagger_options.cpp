@@ -68,7 +68,7 @@ Model load_tagging_model(const CommandLine& line, Remarks& remarks) {
   for (const char* const lexicon : line.values("lexicon")) add_lexicon(model, lexicon, remarks);
   const char* const name = line.value("wordclass", nullptr);
   if (name == nullptr) return model;
-  const File file(std::fopen(path_of(name), "r"));
+  const File file = open_stream(path_of(name), "r");
   if (file == nullptr) stop(std::string("can't open ") + name + ": " + std::strerror(errno));
   try {
     model.read_wordclass(file.get());

@@ -1,14 +1,22 @@
 // SPDX-License-Identifier: MIT
 #include "support/files.h"
 
+#include <cerrno>
+
 #include "support/errors.h"
 
 namespace orvelle {
 
+File open_stream(const char* name, const char* mode) {
+  File file(std::fopen(name, mode));
+  if (file == nullptr && errno == ENOMEM) space_error();
+  return file;
+}
+
 namespace {
 
 File open_file(const char* name, const char* mode, const char* message) {
-  File file(name != nullptr ? std::fopen(name, mode) : nullptr);
+  File file = name != nullptr ? open_stream(name, mode) : nullptr;
   if (file == nullptr) error2(message, name != nullptr ? name : "no file name");
   return file;
 }

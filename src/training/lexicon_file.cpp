@@ -272,7 +272,7 @@ TrainingLexicon read_lexicon(LineReader& reader, const std::string& sentence_tag
 TrainingLexicon read_lexicon_file(const Input& input, const std::string& sentence_tag,
                                   const Progress& progress, LexiconSink& sink) {
   const auto open = [](const char* name) {
-    File file(std::fopen(name, "rt"));
+    File file = open_stream(name, "rt");
     if (file == nullptr) fail("Can't open lexicon file: %s\n\n", name);
     return file;
   };

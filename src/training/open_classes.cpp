@@ -60,7 +60,7 @@ std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, co
     for_each_open_class(*input.text, take);
     return Open_Class;
   }
-  const File file(input.stream == nullptr ? std::fopen(input.name, "rt") : nullptr);
+  const File file = input.stream == nullptr ? open_stream(input.name, "rt") : nullptr;
   FILE* const stream = input.stream != nullptr ? input.stream : file.get();
   if (stream == nullptr) {
     sink.unreadable(input.name);
