@@ -176,15 +176,15 @@ void put_table(TextOutput& out, const evaluation_t& result, int64_t tags, int64_
   out.print("\n%-16s %9s %9s %9s %9s\n", "tag", "precision", "recall", "F1", "number");
   for (const tag_row_t* row : largest(result.tags, tags, [](const tag_row_t& r) { return r.second.gold; })) {
     const tag_score_t& score = row->second;
-    out.print("%-16s %8.2f%% %8.2f%% %8.2f%% %9lld\n", row->first.c_str(), percent(score.precision()),
+    out.print("%-16s %8.2f%% %8.2f%% %8.2f%% %9lld\n", shown(row->first).c_str(), percent(score.precision()),
               percent(score.recall()), percent(score.f1()), static_cast<long long>(score.gold));
   }
   if (!result.confusions.empty())
     out.print("\n%9s  %-16s %-16s %s\n", "number", "gold tag", "tag given", "such as");
   for (const confusion_row_t* row :
        largest(result.confusions, confusions, [](const confusion_row_t& r) { return r.second.words; })) {
-    out.print("%9lld  %-16s %-16s", static_cast<long long>(row->second.words), row->first.first.c_str(),
-              row->first.second.c_str());
+    out.print("%9lld  %-16s %-16s", static_cast<long long>(row->second.words),
+              shown(row->first.first).c_str(), shown(row->first.second).c_str());
     for (const std::string& example : row->second.examples) out.print(" %s", printable(example).c_str());
     out.put('\n');
   }

@@ -122,11 +122,12 @@ int prepare_command(const CommandLine& line, Remarks& remarks) {
   files.close();
 
   TextOutput out("-");
-  out.print("%s: %zu word forms, %d tags\n", files.path("lexicon").c_str(), lexicon.size(),
+  const auto name_of = [&](const char* name) { return shown(files.path(name)); };
+  out.print("%s: %zu word forms, %d tags\n", name_of("lexicon").c_str(), lexicon.size(),
             count_tags(treebank, lexicon));
-  out.print("%s: %zu tags\n", files.path("open-classes").c_str(), open.size());
+  out.print("%s: %zu tags\n", name_of("open-classes").c_str(), open.size());
   const auto put_sentences = [&](const char* name, const sentences_t& sentences) {
-    out.print("%s: %zu tokens in %s\n", files.path(name).c_str(), count_tokens(sentences),
+    out.print("%s: %zu tokens in %s\n", name_of(name).c_str(), count_tokens(sentences),
               counted(static_cast<int64_t>(sentences.size()), "sentence").c_str());
   };
   put_sentences("corpus", parts.training);

@@ -7,6 +7,8 @@
 #include <chrono>
 #include <cstdio>
 
+#include "commands/escape.h"
+
 namespace orvelle {
 
 namespace {
@@ -27,7 +29,7 @@ std::string counted(int64_t number, const char* what) {
 
 void Remarks::say(std::string_view text) {
   clear_progress();
-  std::fprintf(stderr, "%s: %.*s\n", program_.c_str(), static_cast<int>(text.size()), text.data());
+  std::fprintf(stderr, "%s: %s\n", program_.c_str(), shown(text).c_str());
 }
 
 void Remarks::say_at(const char* file, int64_t line, const std::string& text) {

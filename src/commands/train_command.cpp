@@ -364,8 +364,8 @@ class Trainer {
     struct stat status;
     const int64_t size = fstat(file_.descriptor(), &status) == 0 ? status.st_size : 0;
     file_.commit();
-    out_.print("made %s, %lld bytes, with %s\n\n", request_.model, static_cast<long long>(size),
-               options_of(settings_).c_str());
+    out_.print("made %s, %lld bytes, with %s\n\n", shown(request_.model).c_str(),
+               static_cast<long long>(size), options_of(settings_).c_str());
     const std::string name = shell_quoted(request_.model);
     out_.print("orvelle tag %s TEXT\norvelle evaluate %s GOLD-CORPUS\n", name.c_str(), name.c_str());
     out_.close();

@@ -7,9 +7,6 @@
 
 namespace orvelle {
 
-namespace {
-
-// Length of the character at the beginning; 0 if there is none.
 size_t character_length(std::string_view text) {
   const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
   const size_t size = byte(0) < 0x80 ? 1 : byte(0) < 0xC2 ? 0 : byte(0) < 0xE0 ? 2 : byte(0) < 0xF0 ? 3 : 4;
@@ -23,8 +20,6 @@ size_t character_length(std::string_view text) {
   if (byte(0) == 0xF4 && byte(1) > 0x8F) return 0;
   return size;
 }
-
-}  // namespace
 
 encoding_t encoding_of(std::string_view text) {
   const auto is_ascii = [](char c) { return (c & 0x80) == 0; };

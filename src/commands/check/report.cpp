@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "commands/escape.h"
 #include "support/errors.h"
 #include "support/strings.h"
 
@@ -18,18 +19,20 @@ void Report::add(const kind_t& kind, int64_t line, const std::string& text) {
   if (has_room(kind)) findings.texts.emplace_back(line, text);
 }
 
-void Report::print(const char* file) {
+void Report::print(const char* file_name) {
+  const std::string file = shown(file_name);
   for (findings_t& findings : findings_) {
     if (findings.count == 0) continue;
     const char* const severity = findings.kind->stops ? "error" : "warning";
     for (const auto& [line, text] : findings.texts) {
       out_.put(file);
       if (line > 0) out_.print(":%lld", static_cast<long long>(line));
-      out_.print(": %s: %s\n", severity, text.c_str());
+      out_.print(": %s: %s\n", severity, shown(text).c_str());
     }
     const int64_t more = findings.count - static_cast<int64_t>(findings.texts.size());
     if (more > 0)
-      out_.print("%s: %s: %lld more %s\n", file, severity, static_cast<long long>(more), findings.kind->more);
+      out_.print("%s: %s: %lld more %s\n", file.c_str(), severity, static_cast<long long>(more),
+                 findings.kind->more);
     findings = {};
   }
   out_.flush();

@@ -63,7 +63,7 @@ class Report {
   bool has_room(const kind_t& kind) const { return findings_[kind.place].texts.size() < limit_; }
 
   // Prints what was found since the last call.
-  void print(const char* file);
+  void print(const char* file_name);
 
   int64_t errors() const { return errors_; }
   int64_t warnings() const { return warnings_; }
