@@ -39,8 +39,14 @@ std::vector<const char*> tagger_inputs(const CommandLine& line) {
 
 namespace {
 
+// What is wrong with a transducer file.
+std::string fault_of_transducer(const Error& failure) {
+  const std::string message = message_of(failure);
+  return message == "Can't read from input file" ? "it can't be read" : message;
+}
+
 // What is wrong with a model file, for a reader who does not know its inside.
-std::string fault_of(const Error& failure) {
+std::string fault_of_model(const Error& failure) {
   const std::string message = message_of(failure);
   if (message == "Can't read from input file" || message == "while reading string from binary file")
     return "it is cut short, or no model";
@@ -57,7 +63,7 @@ Model load_model(const char* name) {
   try {
     return read_model_file(path_of(name));
   } catch (const Error& failure) {
-    stop(formatted("%s: %s", shown_name(name, "standard input"), fault_of(failure).c_str()));
+    stop(formatted("%s: %s", shown_name(name, "standard input"), fault_of_model(failure).c_str()));
   }
 }
 
@@ -73,7 +79,7 @@ Model load_tagging_model(const CommandLine& line, Remarks& remarks) {
   try {
     model.read_wordclass(file.get());
   } catch (const Error& failure) {
-    stop(formatted("%s: %s", shown_name(name, "standard input"), message_of(failure).c_str()));
+    stop(formatted("%s: %s", shown_name(name, "standard input"), fault_of_transducer(failure).c_str()));
   }
   return model;
 }
