@@ -21,9 +21,17 @@ std::string_view ModelColumns::lemma(const candidate_t& candidate, std::string_v
 }
 
 std::string_view ModelColumns::lexicon_lemma(const candidate_t& candidate, std::string_view form) {
-  if (candidate.lemma != No_Lemma) return model_.Lemma(candidate.lemma);
+  if (candidate.lemma != No_Lemma) return on_one_line(model_.Lemma(candidate.lemma));
   if (unknown_lemma_ != nullptr) return unknown_lemma_;
-  return guessed_lemma(form, candidate.tag);
+  return on_one_line(guessed_lemma(form, candidate.tag));
+}
+
+// Lemmas of a lexicon with CR LF line ends end in a CR, others hold one: it would break the line for many a reader.
+std::string_view ModelColumns::on_one_line(std::string_view lemma) {
+  if (lemma.find('\r') == lemma.npos) return lemma;
+  line_lemma_ = lemma.substr(0, lemma.find_last_not_of('\r') + 1);
+  std::ranges::replace(line_lemma_, '\r', ' ');
+  return line_lemma_;
 }
 
 std::string_view ModelColumns::tag(const candidate_t& candidate, std::string_view form) const {

@@ -27,7 +27,7 @@ class ModelColumns {
   std::string_view tag(const candidate_t& candidate, std::string_view form) const;
 
   // The lemma of a word with that candidate. Numbers have no lemma of their own here: theirs is the form. Valid until:
-  // the next call.
+  // the next call. It has no CR.
   std::string_view lemma(const candidate_t& candidate, std::string_view form);
   // The same, but for numbers the lemma that stands for all of them.
   std::string_view lexicon_lemma(const candidate_t& candidate, std::string_view form);
@@ -41,12 +41,13 @@ class ModelColumns {
   void fill(conllu_line_t& line, const candidate_t& candidate, bool with_lemma);
 
  private:
+  std::string_view on_one_line(std::string_view lemma);
   std::string_view guessed_lemma(std::string_view form, int32_t tag);
 
   const Model& model_;
   const char* unknown_lemma_;
   tag_column_t column_ = tag_column_t::Xpos;
-  std::string features_, key_;
+  std::string features_, key_, line_lemma_;
   std::unordered_map<std::string, std::string> guessed_;  // lemmas by form and tag
 };
 

@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "model/parameter_check.h"
 
+#include <algorithm>
 #include <bitset>
+#include <cstring>
 #include <span>
 #include <unordered_set>
 #include <vector>
@@ -33,6 +35,11 @@ bool are_tags(std::span<const int32_t> tags, int number_of_tags) {
     previous = tag;
   }
   return previous < number_of_tags;
+}
+
+bool have_none_of(std::span<const char* const> strings, const char* bytes) {
+  return std::ranges::none_of(
+      strings, [bytes](const char* s) { return *s == '\0' || s[std::strcspn(s, bytes)] != '\0'; });
 }
 
 void check_record(const entrydata_t& record, int number_of_tags, int number_of_lemmas) {
@@ -123,8 +130,10 @@ void check_lexicon(const fullex_t& fullex) {
   const Tagset& tagset = fullex.tagset;
   const Lexicon& lexicon = fullex.lexicon;
   require(tagset.Number_of_Tags <= Max_Number_of_Tags && is_ascending(tagset.Tag), "order of the tags");
+  require(have_none_of(tagset.Tag, " \t\r\n"), "name of a tag");
   require(is_tag(tagset.Sent_Tag, tagset.Number_of_Tags), "number of the sentence tag");
   require(is_ascending(fullex.lemmas.Lemma), "order of the lemmas");
+  require(have_none_of(fullex.lemmas.Lemma, "\t\n"), "TAB or line end in a lemma");
   for (int i = First_Entry; i < lexicon.Fullform_Lexicon_Size; ++i) {
     const entry_t& entry = lexicon.Fullform_Lexicon[i];
     if (i < 0) require(*entry.word == '\0', "word form of a number entry");

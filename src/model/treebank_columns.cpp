@@ -21,6 +21,7 @@ treebank_columns_t::treebank_columns_t(std::string_view text) {
     const size_t tab = line.find('\t');
     if (tab == line.npos) bad_model_file("tags of sentence ends");
     const std::string_view form = line.substr(0, tab), tag = line.substr(tab + 1);
+    if (tag.find('\t') != tag.npos) bad_model_file("tags of sentence ends");
     if (form.empty())
       sentence_tag = tag;
     else

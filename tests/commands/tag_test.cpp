@@ -218,6 +218,17 @@ TEST_F(TaggingTest, AnyNumberOfJobsGivesTheSame) {
   EXPECT_EQ(count_of(alone.out, "\tthe\tthe\tX\tDT"), 2000);
 }
 
+// The lexicon had CR LF ends, which become part of its lemmas.
+TEST_F(TaggingTest, NoLemmaBreaksALine) {
+  dir_.write("lex", ".\tSENT .\nwalk\tVB a\rb\r\nthe\tDT the\r\ndogs\tNNS dog\r\n");
+  dir_.write("open", "NNS");
+  dir_.write("corpus", times(9, "the\tDT\ndogs\tNNS\nwalk\tVB\n.\tSENT\n"));
+  ASSERT_EQ(train(), "(no error)");
+  EXPECT_EQ(orvelle("tag par -", "the\nwalk\n").out, "the\tDT\tthe\nwalk\tVB\ta b\n");
+  EXPECT_EQ(orvelle("tag par -", conllu_line("1", "dogs", "_", "_")).out,
+            conllu_line("1", "dogs", "dog", "NNS"));
+}
+
 // The other end of the pipe gets a sentence while the text still goes on.
 TEST_F(TaggingTest, AnswersBeforeTheEndOfItsInput) {
   for (const char* jobs : {"1", "2"}) {

@@ -88,6 +88,11 @@ TEST(DamagedFile, IsRefusedByName) {
       {"number of the sentence tag", [](auto& f) { f.sent_tag = 3; }},
       {"order of the tags", [](auto& f) { f.tags[1] = "DT"; }},
       {"order of the lemmas", [](auto& f) { f.lemmas[3] = "\xC3"; }},
+      {"name of a tag", [](auto& f) { f.tags[1] = "NN\tx"; }},
+      {"name of a tag", [](auto& f) { f.tags[1] = "NN\r"; }},
+      {"name of a tag", [](auto& f) { f.tags[0] = ""; }},
+      {"TAB or line end in a lemma", [](auto& f) { f.lemmas[3] = "d\nog"; }},
+      {"TAB or line end in a lemma", [](auto& f) { f.lemmas[3] = "dog\t"; }},
       {"order of the word forms", [](auto& f) { f.entries[3].word = "."; }},
       {"word form of a number entry", [](auto& f) { f.entries[1].word = "x"; }},
       {"tags of an entry", [](auto& f) { f.entries[3].tags[1] = 0; }},  // twice
