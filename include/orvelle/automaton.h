@@ -15,7 +15,7 @@
 // The states of the transitions never descend, nor do the bytes, as unsigned values, of one state's
 // transitions; of several with the same byte the first counts. A state exists from the first transition of it
 // or of a higher state on: a class may be given only to a state that exists, and a target must exist by the
-// end. No number is negative, nor ahead of the number of triples read so far by more than Max_Number_Lead.
+// end. Numbers go from 0 to 2^31 - 2. Time and memory grow with the file, not with the numbers in it.
 #pragma once
 
 #include <cstdio>
@@ -23,11 +23,9 @@
 #include <vector>
 
 #include <orvelle/export.h>
+#include <orvelle/sparse_table.h>
 
 namespace orvelle {
-
-// Keeps a short file with a huge state or class number from asking for gigabytes of memory.
-inline constexpr int Max_Number_Lead = 1 << 22;
 
 class ORVELLE_API Automaton {
  public:
@@ -50,7 +48,7 @@ class ORVELLE_API Automaton {
   // automaton does not accept it or has no such state. Costs a binary search for each byte.
   int wordclass(std::string_view word, int state) const;
 
-  std::vector<State> states;  // every target is one of them
+  SparseTable<State> states;  // by number; every target is one of them
   int number_of_classes = 0;  // one more than the largest class number given to a state
 };
 

@@ -134,8 +134,8 @@ class ORVELLE_API Model {
   // model meanwhile, and no tagger was made of it before.
   void add_reading(std::string_view word, int tag, std::string_view lemma);
 
-  const Automaton* WA() const noexcept;                         // null without word classes
-  std::span<const entry_t> Wordclass_Lexicon() const noexcept;  // by class number
+  const Automaton* WA() const noexcept;                            // null without word classes
+  const SparseTable<entry_t>& Wordclass_Lexicon() const noexcept;  // by class number
 
  private:
   friend struct ModelAccess;  // of the library's own sources

@@ -99,9 +99,8 @@ const Automaton* Model::WA() const noexcept {
   return tables_->word_classes ? &tables_->word_classes->WA : nullptr;
 }
 
-std::span<const entry_t> Model::Wordclass_Lexicon() const noexcept {
-  if (!tables_->word_classes) return {};
-  return tables_->word_classes->Wordclass_Lexicon;
+const SparseTable<entry_t>& Model::Wordclass_Lexicon() const noexcept {
+  return tables_->word_classes ? tables_->word_classes->Wordclass_Lexicon : tables_->no_word_classes;
 }
 
 }  // namespace orvelle

@@ -24,6 +24,7 @@ struct Tables {
   fullex_t fullex;
   AffixLexicons affixes;
   context_tree_t Context_Tree;
+  SparseTable<entry_t> no_word_classes;     // what stands for their lexicon where there are none
   std::optional<WordClasses> word_classes;  // made from this lexicon; not part of the file
 
   model_extras_t extras;

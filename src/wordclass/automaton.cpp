@@ -5,6 +5,7 @@
 #include <climits>
 #include <cstdint>
 #include <string>
+#include <utility>
 
 #include "support/errors.h"
 #include "support/strings.h"
@@ -82,8 +83,8 @@ void check_transition(const triple_t& triple, const previous_t& previous) {
 }
 
 // The target of a transition has no upper limit here: it must be a state in the end.
-void check_numbers(const triple_t& triple, int64_t triples_read) {
-  const int64_t limit = std::min<int64_t>(triples_read + Max_Number_Lead, INT_MAX);
+void check_numbers(const triple_t& triple) {
+  constexpr int limit = INT_MAX;  // so that an int can count them
   const char* fault = nullptr;
   if (triple.state < 0 || triple.number < 0)
     fault = "negative number";
@@ -94,32 +95,53 @@ void check_numbers(const triple_t& triple, int64_t triples_read) {
          triple.number);
 }
 
+using States = SparseTable<Automaton::State>;
+using numbered_state_t = States::Entry;
+using class_of_state_t = std::pair<int, int>;  // state and class
+
+// Gives states their classes, of several the last; some have nothing else. `states` ascends.
+void add_classes(std::vector<class_of_state_t> classes, std::vector<numbered_state_t>& states) {
+  std::ranges::stable_sort(classes, {}, &class_of_state_t::first);
+  const size_t with_transitions = states.size();
+  size_t place = 0;
+  for (const auto& [number, class_number] : classes) {
+    while (place < with_transitions && states[place].first < number) ++place;
+    const bool is_known = place < with_transitions && states[place].first == number;
+    if (!is_known && states.back().first != number) states.push_back({number, {}});
+    (is_known ? states[place] : states.back()).second.class_number = class_number;
+  }
+  std::ranges::sort(states, {}, &numbered_state_t::first);
+}
+
 }  // namespace
 
 Automaton::Automaton(FILE* file) {
   triple_t triple;
   previous_t previous;
+  std::vector<numbered_state_t> made;  // those with transitions
+  std::vector<class_of_state_t> classes;
   int largest_target = -1;
-  for (int64_t triples_read = 1; read_triple(file, triple); ++triples_read) {
+  while (read_triple(file, triple)) {
     if (!triple.is_class()) check_transition(triple, previous);
-    check_numbers(triple, triples_read);
-    const auto state = static_cast<size_t>(triple.state);
+    check_numbers(triple);
     if (triple.is_class()) {
-      if (state >= states.size())
+      if (triple.state > previous.state)
         fail("Error: in transducer file: class for unknown state %d!", triple.state);
-      states[state].class_number = triple.number;
+      classes.emplace_back(triple.state, triple.number);
       number_of_classes = std::max(number_of_classes, triple.number + 1);
     } else {
-      if (state >= states.size()) states.resize(state + 1);
-      states[state].transitions.push_back({triple.token[0], triple.number});
+      if (triple.state != previous.state) made.push_back({triple.state, {}});
+      made.back().second.transitions.push_back({triple.token[0], triple.number});
       previous = {triple.state, symbol_of(triple)};
       largest_target = std::max(largest_target, triple.number);
     }
   }
   if (std::ferror(file)) error("Can't read from input file");
-  if (largest_target >= static_cast<int64_t>(states.size()))
+  if (largest_target > previous.state)
     fail("Error: in transducer file: transition to unknown state %d!", largest_target);
-  if (!states.empty() && number_of_classes == 0) fail("Error: in transducer file: no word class!");
+  if (!made.empty() && number_of_classes == 0) fail("Error: in transducer file: no word class!");
+  add_classes(std::move(classes), made);
+  states = States(std::move(made), static_cast<size_t>(previous.state) + 1);
 }
 
 int Automaton::wordclass(std::string_view word, int state) const {
@@ -130,14 +152,15 @@ int Automaton::wordclass(std::string_view word, int state) const {
     return static_cast<unsigned char>(transition.symbol);
   };
   if (!is_state(state)) return 0;
+  const State* reached = &states[static_cast<size_t>(state)];
   for (const char c : word) {
     const auto byte = static_cast<unsigned char>(c);
-    const std::vector<Transition>& transitions = states[state].transitions;
+    const std::vector<Transition>& transitions = reached->transitions;
     const auto next = std::ranges::lower_bound(transitions, byte, {}, as_byte);
     if (next == transitions.end() || as_byte(*next) != byte) return 0;
-    state = next->target;
+    reached = &states[static_cast<size_t>(next->target)];
   }
-  return states[state].class_number;
+  return reached->class_number;
 }
 
 }  // namespace orvelle

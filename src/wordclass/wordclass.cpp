@@ -2,6 +2,7 @@
 #include "wordclass/wordclass.h"
 
 #include <algorithm>
+#include <map>
 #include <numeric>
 #include <utility>
 
@@ -13,14 +14,15 @@ namespace {
 
 constexpr double Least_Share = 0.01;  // of the probability of a class's most probable tag
 
-// Sum of the probabilities by tag number; empty for a class without words.
+// Sum of the probabilities by tag number.
 using row_t = std::vector<double>;
 
-std::vector<row_t> sum_up_lexicon(const Automaton& automaton, const Lexicon& lexicon, int number_of_tags) {
-  std::vector<row_t> rows(static_cast<size_t>(automaton.number_of_classes));
+// By class number, without the classes that have no words.
+std::map<int, row_t> sum_up_lexicon(const Automaton& automaton, const Lexicon& lexicon, int number_of_tags) {
+  std::map<int, row_t> rows;
   for (int i = 0; i < lexicon.Fullform_Lexicon_Size; ++i) {
     const entry_t& entry = lexicon.Fullform_Lexicon[i];
-    row_t& row = rows[static_cast<size_t>(automaton.wordclass(entry.word, 0))];
+    row_t& row = rows[automaton.wordclass(entry.word, 0)];
     row.resize(static_cast<size_t>(number_of_tags));
     const entrydata_t& data = *entry.data;
     for (int k = 0; k < data.n; ++k) row[data.tag[k]] += double{data.prob[k]};
@@ -32,6 +34,15 @@ std::vector<row_t> sum_up_lexicon(const Automaton& automaton, const Lexicon& lex
 void normalise(row_t& row, double sum) {
   const double reciprocal = 1.0 / sum;
   for (double& value : row) value *= reciprocal;
+}
+
+// Of the classes from `first` on, up to `end` and without it.
+void warn_of_empty(int first, int end, const Warn& warn) {
+  constexpr int Most_Singly = 1000;
+  if (!warn) return;
+  if (end - first > Most_Singly)
+    return warn(formatted("\nWARNING: no lexicon entry for the word classes %d to %d!\n", first, end - 1));
+  for (; first < end; ++first) warn(formatted("\nWARNING: no lexicon entry for word class %d!\n", first));
 }
 
 }  // namespace
@@ -56,19 +67,20 @@ entrydata_t WordClasses::make_record(const row_t& row) {
 WordClasses::WordClasses(Automaton automaton, const Lexicon& lexicon, int number_of_tags, const Warn& warn)
     : WA(std::move(automaton)) {
   if (WA.number_of_classes == 0) fail("Error: in transducer file: no word class!");
-  std::vector<row_t> rows = sum_up_lexicon(WA, lexicon, number_of_tags);
-  Wordclass_Lexicon.assign(rows.size(), entry_t{nullptr, nullptr});
-  // The slots point into it.
-  records_.reserve(rows.size() - static_cast<size_t>(std::ranges::count_if(rows, &row_t::empty)));
-  for (size_t m = 0; m < rows.size(); ++m) {
-    const double sum = std::accumulate(rows[m].begin(), rows[m].end(), 0.0);
-    if (sum == 0.0) {
-      if (warn) warn(formatted("\nWARNING: no lexicon entry for word class %zu!\n", m));
-      continue;
-    }
-    normalise(rows[m], sum);
-    Wordclass_Lexicon[m].data = &records_.emplace_back(make_record(rows[m]));
+  std::map<int, row_t> rows = sum_up_lexicon(WA, lexicon, number_of_tags);
+  std::vector<SparseTable<entry_t>::Entry> slots;
+  records_.reserve(rows.size());  // the slots point into it
+  int next = 0;                   // the first class that nothing was said of
+  for (auto& [number, row] : rows) {
+    const double sum = std::accumulate(row.begin(), row.end(), 0.0);
+    if (sum == 0.0) continue;
+    warn_of_empty(next, number, warn);
+    next = number + 1;
+    normalise(row, sum);
+    slots.push_back({number, {nullptr, &records_.emplace_back(make_record(row))}});
   }
+  warn_of_empty(next, WA.number_of_classes, warn);
+  Wordclass_Lexicon = {std::move(slots), static_cast<size_t>(WA.number_of_classes)};
 }
 
 const entry_t* WordClasses::lookup(std::string_view word) const {
