@@ -105,6 +105,10 @@ add_executable(orvelle-cli src/commands/orvelle.cpp)
 set_target_properties(orvelle-cli PROPERTIES OUTPUT_NAME orvelle)
 target_link_libraries(orvelle-cli PRIVATE orvelle_commands)
 
+if(ORVELLE_HARDENING)
+  harden_program_parts()
+endif()
+
 # With their manual pages and the completion.
 if(ORVELLE_INSTALL)
   install(TARGETS train-orvelle orvelle-cli DESTINATION ${CMAKE_INSTALL_BINDIR})
