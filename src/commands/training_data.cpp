@@ -10,6 +10,7 @@
 #include "commands/escape.h"
 #include "commands/remarks.h"
 #include "lexicon/tagset.h"
+#include "support/counts.h"
 #include "support/errors.h"
 #include "support/strings.h"
 
@@ -195,10 +196,13 @@ int count_tags(const Treebank& treebank, const lexicon_entries_t& lexicon) {
 void require_soundness(const Treebank& treebank, const lexicon_entries_t& lexicon, const char* sentence_tag) {
   if (treebank.refused > 0) stop(counted(treebank.refused, "line") + " refused, nothing written");
   if (treebank.tokens.empty()) stop("no tokens, nothing written");
-  for (const lexicon_entry_t& line : lexicon)
+  size_t pairs = 0;
+  for (const lexicon_entry_t& line : lexicon) {
+    int_count(pairs += line.pairs.size(), "tags and lemmas in lexicon");
     if (line_length(treebank, line) > Max_Line_Length)
       stop(formatted("the entry of '%s' would be longer than %d bytes, nothing written",
                      printable(treebank.strings.text(line.form)).c_str(), Max_Line_Length));
+  }
   if (count_tags(treebank, lexicon) > Max_Number_of_Tags)
     stop(formatted("more than %d tags (are tags and lemmas swapped?), nothing written", Max_Number_of_Tags));
   for (const lexicon_entry_t& line : lexicon)

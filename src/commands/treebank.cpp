@@ -9,6 +9,7 @@
 #include "commands/escape.h"
 #include "commands/text_format.h"
 #include "commands/text_io.h"
+#include "support/counts.h"
 #include "support/errors.h"
 #include "training/lexicon_line.h"
 #include "training/open_classes.h"
@@ -201,6 +202,7 @@ void Treebank::add_token(std::string_view form_text, std::string_view tag_text, 
   if (!fits(form, tag)) return;
   const int lemma = clean(lemma_text, nullptr);
   if (lemma < 0 && format_ == treebank_options_t::Conllu) repair(Without_Lemma);
+  int_count(tokens.size() + 1, "tokens");
   tokens.push_back({form, tag, lemma, treebank_tag, open});
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Distinct strings and their numbers, in the order in which they came.
+// Distinct strings and their numbers, in the order in which they came. More than an int can number are an Error.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/counts.h"
 #include "support/string_index.h"
 #include "support/strings.h"
 
@@ -26,6 +27,7 @@ class StringTable {
     return index_.find(text, hash, [this](int i) { return texts_[static_cast<size_t>(i)]; });
   }
   int add(std::string_view text, uint32_t hash) {
+    int_count(texts_.size() + 1, "different strings");
     texts_.push_back(arena_.add(text));
     index_.insert(hash, size() - 1);
     return size() - 1;

@@ -10,6 +10,7 @@
 #include <string>
 #include <utility>
 
+#include "support/counts.h"
 #include "support/strings.h"
 
 namespace orvelle {
@@ -105,7 +106,7 @@ RareWords::RareWords(const Tables& tables, const Warn& warn)
     const entrydata_t& data = *entry.data;
     if (!is_rare(data)) continue;
     const word_keys_t keys = keys_of(entry.word, tables.UTF8_Processing, warn);
-    const auto first = static_cast<int32_t>(pairs.size());
+    const auto first = int32_t{int_count(pairs.size(), "tags of rare words")};
     for (int k = 0; k < data.n; ++k) pairs.push_back({data.tag[k], data.prob[k]});
     endings.push_back({keys.ending, first, data.n});
     beginnings.push_back({keys.beginning, first, data.n});

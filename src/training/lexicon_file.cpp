@@ -12,6 +12,7 @@
 #include <string_view>
 #include <utility>
 
+#include "support/counts.h"
 #include "support/errors.h"
 #include "support/files.h"
 #include "support/line_reader.h"
@@ -83,7 +84,11 @@ class TagReader {
 
   void read(LineReader& reader) {
     lexicon_line_t fields;
-    while (next_word_tags_lemmas(reader, fields)) collect_line(fields);
+    while (next_word_tags_lemmas(reader, fields)) {
+      collect_line(fields);
+      int_count(lines_.words.size() - First_Entry, "lines in lexicon");
+      int_count(lines_.pairs.size(), "tags and lemmas in lexicon");
+    }
   }
 
   StringTable take_tags() { return std::move(tags_); }
