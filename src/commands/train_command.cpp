@@ -285,8 +285,21 @@ class Trainer {
                    " of --lexicon left out, with tags that the treebank does not have");
   }
 
+  TrainedModel train_tables(const training_texts_t& texts) {
+    try {
+      return orvelle::train(texts.inputs(), settings_, {}, {});
+    } catch (const Error& failure) {
+      if (!line_.has("corpus")) throw;
+      // The trainer does not say which of the three files it speaks of.
+      std::string check = "orvelle check";
+      for (const char* file : {"lexicon", "open-classes", "corpus"})
+        check += " " + shell_quoted(line_.value(file, ""));
+      stop(message_of(failure) + " (" + check + " tells where)");
+    }
+  }
+
   Model train_first_pass(const training_set_t& set) {
-    Model model = make_full_model(set, settings_, orvelle::train(set.texts.inputs(), settings_, {}, {}));
+    Model model = make_full_model(set, settings_, train_tables(set.texts));
     add_readings(model);
     return model;
   }

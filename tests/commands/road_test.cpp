@@ -129,6 +129,9 @@ TEST_F(RoadTest, OneFileHoldsAll) {
           .status,
       0);
   EXPECT_EQ(orvelle("show --all n").out, orvelle("show --all par").out);
+  dir_.write("bad", "the\tDT\n");
+  expect_in_part({{"train --lexicon bad --open-classes open --corpus corpus n", 1,
+                   "Missing lemma in line 1 (orvelle check bad open corpus tells where)\n"}});
 
   // Any damage is found, and named.
   std::mt19937 random(4);
