@@ -40,8 +40,7 @@ class SparseTable {
 
  private:
   std::vector<Entry> entries_;
-  std::vector<uint32_t>
-      near_;  // of low indexes, all of them in an array without large gaps: place in entries_ plus 1
+  std::vector<uint32_t> near_;  // of low indexes: place in entries_ plus 1; all of them where gaps are small
   size_t size_ = 0;
   T empty_{};
 };

@@ -11,8 +11,9 @@
 namespace orvelle {
 
 // The tagset, the lemma table and the lexicon: names, lemmas and word forms strictly ascending; no TAB or line
-// end in a lemma, nor these, a blank or CR in a tag; neither of them empty; the sentence tag one of the tags; the number entries without word forms; each entry's tags strictly ascending and, like
-// its lemmas, in their table; no negative frequency.
+// end in a lemma, nor these, a blank or CR in a tag; neither of them empty; the sentence tag one of the tags; the
+// number entries without word forms; each entry's tags strictly ascending and, like its lemmas, in their table; no
+// negative frequency.
 void check_lexicon(const fullex_t& fullex);
 
 // Prefix tree, suffix tree and open-class node: every node but the root is the child of exactly one node of

@@ -17,9 +17,9 @@ namespace orvelle {
 class WordClasses {
  public:
   // Sums the lexicon up into the automaton's word classes: the tags of a class are those that have more than a
-  // hundredth of the probability of its most probable tag. Each class without any gets a warning; more than a thousand in
-  // a row get one together. An automaton without
-  // a class is an Error. Requires: tag numbers below `number_of_tags`.
+  // hundredth of the probability of its most probable tag. Each class without any gets a warning; more than a
+  // thousand in a row get one together. An automaton without a class is an Error. Requires: tag numbers below
+  // `number_of_tags`.
   WordClasses(Automaton automaton, const Lexicon& lexicon, int number_of_tags, const Warn& warn);
 
   // The slot of a word form's class; null if that has no entry.
@@ -28,8 +28,8 @@ class WordClasses {
   Automaton WA;
 
   // Slot m holds the tag distribution of word class m: a null word, and a null data if no word of the lexicon is in
-  // the class; such slots cost nothing. WA.number_of_classes slots, at least one. Records have no lemmas and the frequency 0. Class 0 is that of
-  // the lexicon words which the automaton does not accept.
+  // the class; such slots cost nothing. WA.number_of_classes slots, at least one. Records have no lemmas and the
+  // frequency 0. Class 0 is that of the lexicon words which the automaton does not accept.
   SparseTable<entry_t> Wordclass_Lexicon;
 
  private:
