@@ -150,7 +150,7 @@ void Guesser::add_row(Table& table, const step_t& step, double weight, TagWeight
 
 void Guesser::add_words(const step_t& step, double weight, TagWeights& sum) const {
   for (const RareWords::word_t* word = step.begin; word != step.end; ++word) {
-    const RareWords::pair_t* const pairs = &rare_words_->pairs[static_cast<size_t>(word->first_pair)];
+    const RareWords::pair_t* const pairs = rare_words_->pairs.data() + word->first_pair;
     for (int k = 0; k < word->number_of_pairs; ++k) sum.add(pairs[k].tag, weight * pairs[k].probability);
   }
 }
