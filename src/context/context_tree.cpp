@@ -8,9 +8,7 @@ namespace orvelle {
 
 // One loop whatever the depth: a chain of no children is as long as the training found tags to ask for.
 const context_leaf_t& context_leaf(const context_tree_t& tree, const int32_t* preceding) {
-  const context_node_t* node = tree.nodes.data();
-  while (node->no != 0) node = preceding[node->context_pos] == node->tag ? node + 1 : &tree.nodes[node->no];
-  return tree.leaves[node->tag];
+  return context_leaf_of(tree, [&](int32_t n) { return preceding[tree.Context_Size - n]; });
 }
 
 double tag_probability(const context_leaf_t& leaf, int32_t tag) {

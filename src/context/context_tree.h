@@ -39,6 +39,16 @@ struct context_tree_t {
 // those of the sentence before it. Requires: a tree that model/parameter_check.h has passed, or that was trained.
 const context_leaf_t& context_leaf(const context_tree_t& tree, const int32_t* preceding);
 
+// The same; `tag_before(n)` gives the tag of the word n places before it, and is asked for no other than those that the
+// tests on the way look at.
+template <class TagBefore>
+const context_leaf_t& context_leaf_of(const context_tree_t& tree, TagBefore tag_before) {
+  const context_node_t* node = tree.nodes.data();
+  while (node->no != 0)
+    node = tag_before(tree.Context_Size - node->context_pos) == node->tag ? node + 1 : &tree.nodes[node->no];
+  return tree.leaves[node->tag];
+}
+
 // The probability of a tag at a leaf; 0 for a tag that the leaf does not list.
 double tag_probability(const context_leaf_t& leaf, int32_t tag);
 

@@ -8,14 +8,13 @@
 namespace orvelle {
 
 ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors)
-    : tree_(tree),
-      number_of_tags_(static_cast<int>(tag_factors.size())),
-      full_(static_cast<size_t>(tree.Context_Size), 0) {
+    : tree_(tree), number_of_tags_(static_cast<int>(tag_factors.size())) {
   for (const context_node_t& node : tree.nodes)
     if (node.no != 0) order_ = std::max(order_, tree.Context_Size - node.context_pos);
-  const size_t slots = std::bit_floor(std::max<size_t>(2, Memo_Size / (order_ + 1)));
+  const auto width = static_cast<size_t>(std::min(order_, Most_Remembered) + 1);
+  const size_t slots = std::bit_floor(Memo_Size / width);
   shift_ = 64 - std::countr_zero(slots);
-  slots_.assign(std::max(slots, order_ == 1 ? tag_factors.size() : 0) * (order_ + 1), -1);
+  slots_.assign(std::max(slots, order_ == 1 ? tag_factors.size() : 0) * width, -1);
   for (const double factor : tag_factors) {
     const double share = 1.0 / factor;
     overall_.push_back(std::isfinite(share) && share > 0.0 ? share : 1.0);
@@ -24,8 +23,8 @@ ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>
 }
 
 void ContextModel::fill(int32_t* slot, const int32_t* preceding) {
-  std::copy(preceding, preceding + order_, full_.end() - order_);
-  slot[0] = static_cast<int32_t>(&context_leaf(tree_, full_.data()) - tree_.leaves.data());
+  const context_leaf_t& leaf = context_leaf_of(tree_, [&](int32_t n) { return preceding[order_ - n]; });
+  slot[0] = static_cast<int32_t>(&leaf - tree_.leaves.data());
   std::copy(preceding, preceding + order_, slot + 1);
 }
 

@@ -8,11 +8,12 @@
 //
 // A chain of tests in the tree is as long as there are tags to ask for, so walking it costs more than all
 // else that decoding does for a token. The memo has a fixed size; a context that falls on a taken slot takes
-// it over. One preceding tag is its own slot.
+// it over. One preceding tag is its own slot. Contexts of many tags are not remembered.
 #pragma once
 
 #include <orvelle/tagger.h>
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -26,18 +27,29 @@ class ContextModel {
   // model.
   ContextModel(const context_tree_t& tree, const std::vector<double>& tag_factors);
 
+  static constexpr int Most_Remembered = 8;  // tags of a context
+
   // How many preceding tags the tests of the tree really look at; at most its Context_Size. The order of the
   // decoding.
   int order() const { return order_; }
 
-  // The leaf for the `order` tags before a word, the immediately preceding one last. Valid until: the tree is
-  // released.
+  // The leaf for the `order` tags before a word, the immediately preceding one last. Requires: order() <= Most_Remembered.
+  // Valid until: the tree is released.
   const context_leaf_t& leaf(const int32_t* preceding) {
-    int32_t* const slot = &slots_[slot_of(preceding) * (order_ + 1)];
+    int32_t* const slot = &slots_[slot_of(preceding) * static_cast<size_t>(order_ + 1)];
     int32_t different = slot[0] < 0;
     for (int i = 0; i < order_; ++i) different |= slot[i + 1] ^ preceding[i];
     if (different) fill(slot, preceding);
     return tree_.leaves[slot[0]];
+  }
+
+  // The same for any order; `tag_before(n)` gives the tag of the word n places before.
+  template <class TagBefore>
+  const context_leaf_t& leaf_of(TagBefore tag_before) {
+    if (order_ > Most_Remembered) return context_leaf_of(tree_, tag_before);
+    std::array<int32_t, Most_Remembered> preceding;
+    for (int n = order_; n > 0; --n) preceding[static_cast<size_t>(order_ - n)] = tag_before(n);
+    return leaf(preceding.data());
   }
 
   // Asks the memory for what probability will read.
@@ -90,7 +102,6 @@ class ContextModel {
   std::vector<double> overall_;  // share of each tag in the corpus; above 0
   std::vector<double> floors_;   // Floor_Share of it
   std::vector<int32_t> slots_;   // of order_ + 1 values: the leaf, -1 for an empty slot, and the tags
-  std::vector<int32_t> full_;    // a context of Context_Size tags, for the walk
 };
 
 }  // namespace orvelle

@@ -20,7 +20,7 @@ void scale(std::span<double> values) {
 
 }  // namespace
 
-void Decoder::best_path(std::span<const candidates_t> words, const int32_t* preceding,
+void Decoder::best_path(std::span<const candidates_t> words, const preceding_t& preceding,
                         std::vector<int>& chosen) {
   chosen.assign(words.size(), 0);
   if (words.empty()) return;
@@ -45,11 +45,10 @@ void Decoder::best_path(std::span<const candidates_t> words, const int32_t* prec
 
 // The table of pairs: score_[b * A + a] is that of the best path to the last two words with their candidates
 // a and b, of A and B candidates.
-void Decoder::best_path_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+void Decoder::best_path_of_pairs(std::span<const candidates_t> words, const preceding_t& preceding,
                                  std::vector<int>& chosen) {
-  const int order = context_.order();
   std::array<candidate_t, 2> start{};
-  for (int i = 0; i < order; ++i) start[2 - order + i].tag = preceding[i];
+  for (size_t n = 1; n <= start.size(); ++n) start[start.size() - n].tag = preceding.tag_before(n);
   candidates_t before{&start[0], 1};
   candidates_t last{&start[1], 1};
   score_.assign(1, 1.0);
@@ -104,7 +103,7 @@ void Decoder::add_word(candidates_t before, candidates_t last, candidates_t now)
   score_.swap(next_score_);
 }
 
-void Decoder::posteriors(std::span<const candidates_t> words, const int32_t* preceding,
+void Decoder::posteriors(std::span<const candidates_t> words, const preceding_t& preceding,
                          std::vector<double>& result) {
   if (words.empty()) return;
   if (context_.order() <= Max_Exact_Order) return posteriors_of_pairs(words, preceding, result);
@@ -141,11 +140,11 @@ size_t Decoder::width_before(std::span<const candidates_t> words, size_t i) cons
   return context_.order() == 2 && i > 0 ? words[i - 1].size() : 1;
 }
 
-void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+void Decoder::posteriors_of_pairs(std::span<const candidates_t> words, const preceding_t& preceding,
                                   std::vector<double>& result) {
   const int order = context_.order();
   std::array<candidate_t, 2> start{};
-  for (int i = 0; i < order; ++i) start[2 - order + i].tag = preceding[i];
+  for (size_t n = 1; n <= start.size(); ++n) start[start.size() - n].tag = preceding.tag_before(n);
   candidates_t before{&start[0], 1}, last{&start[1], 1};
   edges_of_pairs_ = 0;
   forward_.assign(1, 1.0);
@@ -220,9 +219,9 @@ void Decoder::run_backward_of_pairs(std::span<const candidates_t> words) {
 
 // The lattice: for each word its states, those of one word behind those of the word before. State 0 is the
 // start.
-void Decoder::make_lattice(std::span<const candidates_t> words, const int32_t* preceding) {
-  states_.assign(1, {0, 1.0, 1.0, 0.0, 0, 0});
-  histories_.assign(preceding, preceding + context_.order());
+void Decoder::make_lattice(std::span<const candidates_t> words, const preceding_t& preceding) {
+  states_.assign(1, {0, 0, 0, 1.0, 1.0, 0.0, 0, 0});
+  preceding_ = preceding;
   edges_.clear();
   columns_.clear();
   size_t first = 0;
@@ -236,31 +235,44 @@ void Decoder::make_lattice(std::span<const candidates_t> words, const int32_t* p
   columns_.push_back(states_.size());
 }
 
+// Of the histories of two states of a word but for their oldest tag, from the nearest tag on: below, equal to or above 0.
+int Decoder::compare(size_t a, size_t b) const {
+  for (int n = 1; n < context_.order() && a != b; ++n) {
+    if (states_[a].tag != states_[b].tag) return states_[a].tag < states_[b].tag ? -1 : 1;
+    a = states_[a].before;
+    b = states_[b].before;
+  }
+  return 0;
+}
+
+// Goes back as far as the tests of the tree ask.
+const context_leaf_t& Decoder::leaf_of(size_t state) {
+  history_.clear();
+  return context_.leaf_of([&](int32_t n) {
+    const auto distance = static_cast<size_t>(n);
+    for (; history_.size() < distance && state != 0; state = states_[state].before)
+      history_.push_back(states_[state].tag);
+    return distance <= history_.size() ? history_[distance - 1]
+                                       : preceding_.tag_before(distance - history_.size());
+  });
+}
+
 // Adds the states of a word. States before it that agree in all but their oldest tag meet in the same states.
 void Decoder::extend(candidates_t candidates, size_t first, size_t end) {
-  const int order = context_.order();
-  const int shared = std::max(order - 1, 0);
-  const auto shared_tags = [&](size_t state) {
-    const int32_t* const tags = histories_.data() + (state + 1) * order - shared;
-    return std::span<const int32_t>(tags, shared);
-  };
   members_.resize(end - first);
   std::iota(members_.begin(), members_.end(), first);
-  std::stable_sort(members_.begin(), members_.end(), [&](size_t a, size_t b) {
-    return std::ranges::lexicographical_compare(shared_tags(a), shared_tags(b));
-  });
+  std::stable_sort(members_.begin(), members_.end(), [&](size_t a, size_t b) { return compare(a, b) < 0; });
   leaves_.clear();
-  for (const size_t state : members_) leaves_.push_back(&context_.leaf(histories_.data() + state * order));
+  for (const size_t state : members_) leaves_.push_back(&leaf_of(state));
 
   double best = 0.0;
   double sum = 0.0;
   for (size_t group = 0, group_end; group < members_.size(); group = group_end) {
     group_end = group + 1;
-    while (group_end < members_.size() &&
-           std::ranges::equal(shared_tags(members_[group]), shared_tags(members_[group_end])))
-      ++group_end;
+    while (group_end < members_.size() && compare(members_[group], members_[group_end]) == 0) ++group_end;
     for (size_t c = 0; c < candidates.size(); ++c) {
-      state_t state{static_cast<int>(c), 0.0, 0.0, 0.0, edges_.size(), group_end - group};
+      state_t state{static_cast<int>(c), candidates[c].tag, members_[group], 0.0, 0.0, 0.0,
+                    edges_.size(),       group_end - group};
       for (size_t m = group; m < group_end; ++m) {
         const double probability = context_.probability(*leaves_[m], candidates[c].tag) * candidates[c].score;
         state.best = std::max(state.best, states_[members_[m]].best * probability);
@@ -270,11 +282,6 @@ void Decoder::extend(candidates_t candidates, size_t first, size_t end) {
       best = std::max(best, state.best);
       sum += state.forward;
       states_.push_back(state);
-      if (order == 0) continue;
-      const size_t history = histories_.size();
-      histories_.resize(history + order);
-      std::ranges::copy(shared_tags(members_[group]), histories_.begin() + history);
-      histories_.back() = candidates[c].tag;
     }
   }
   for (size_t s = end; s < states_.size(); ++s) {
@@ -293,20 +300,17 @@ void Decoder::prune(size_t first) {
   });
   members_.resize(beam_);
   std::sort(members_.begin(), members_.end());
-  const int order = context_.order();
   size_t kept = first;
   size_t kept_edges = states_[first].first_edge;
   for (const size_t s : members_) {
     state_t state = states_[s];
     std::copy_n(edges_.begin() + state.first_edge, state.edges, edges_.begin() + kept_edges);
-    std::copy_n(histories_.begin() + s * order, order, histories_.begin() + kept * order);
     state.first_edge = kept_edges;
     kept_edges += state.edges;
     states_[kept++] = state;
   }
   states_.resize(kept);
   edges_.resize(kept_edges);
-  histories_.resize(kept * order);
 }
 
 void Decoder::run_backward() {

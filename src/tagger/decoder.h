@@ -21,6 +21,14 @@
 
 namespace orvelle {
 
+// The tags before a text: those that are known, the nearest last, and one that stands for all before them.
+struct preceding_t {
+  std::span<const int32_t> known;
+  int32_t others;
+
+  int32_t tag_before(size_t n) const { return n <= known.size() ? known[known.size() - n] : others; }
+};
+
 class Decoder {
  public:
   // Up to so many preceding tags all is done in flat arrays; beyond them the decoder follows the `beam` best histories at
@@ -29,18 +37,22 @@ class Decoder {
 
   Decoder(ContextModel& context, size_t beam) : context_(context), beam_(beam) {}
 
-  // Index of the chosen candidate for each word: the most probable path. `preceding` are the order() tags
-  // before the first word. Of paths with the same probability it is always the same one.
-  void best_path(std::span<const candidates_t> words, const int32_t* preceding, std::vector<int>& chosen);
+  // Index of the chosen candidate for each word: the most probable path. Of paths with the same probability it is always
+  // the same one.
+  void best_path(std::span<const candidates_t> words, const preceding_t& preceding, std::vector<int>& chosen);
 
   // For each word, the posterior probability of each of its candidates, appended in order; they sum to 1 for
   // each word.
-  void posteriors(std::span<const candidates_t> words, const int32_t* preceding, std::vector<double>& result);
+  void posteriors(std::span<const candidates_t> words, const preceding_t& preceding,
+                  std::vector<double>& result);
 
  private:
-  // A history: the last order() tags, and how it came about.
+  // A history: the last order() tags, and how it came about. The tags are its own and those of the states before it, one
+  // behind the other: all that lead to it agree in them.
   struct state_t {
-    int candidate;   // of the word
+    int candidate;  // of the word
+    int32_t tag;
+    size_t before;   // a state of the word before it
     double best;     // probability of the best path to here
     double forward;  // sum of the probabilities of all paths to here
     double backward;
@@ -52,10 +64,10 @@ class Decoder {
     double probability;
   };
 
-  void best_path_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+  void best_path_of_pairs(std::span<const candidates_t> words, const preceding_t& preceding,
                           std::vector<int>& chosen);
   void add_word(candidates_t before, candidates_t last, candidates_t now);
-  void posteriors_of_pairs(std::span<const candidates_t> words, const int32_t* preceding,
+  void posteriors_of_pairs(std::span<const candidates_t> words, const preceding_t& preceding,
                            std::vector<double>& result);
   // Forward to a word; `before` and `last` are the numbers of candidates of those before it, whose pairs begin at `first`.
   // Returns where its own begin.
@@ -64,8 +76,10 @@ class Decoder {
   size_t width_before(std::span<const candidates_t> words, size_t i) const;
   // Finds the leaves of the pairs of two words, and asks the memory for what they say of the next one.
   void find_leaves(candidates_t before, candidates_t last, candidates_t now);
-  void make_lattice(std::span<const candidates_t> words, const int32_t* preceding);
+  void make_lattice(std::span<const candidates_t> words, const preceding_t& preceding);
   void extend(candidates_t candidates, size_t first, size_t end);
+  int compare(size_t a, size_t b) const;
+  const context_leaf_t& leaf_of(size_t state);
   void prune(size_t first);
   void run_backward();
 
@@ -85,7 +99,8 @@ class Decoder {
 
   // The lattice.
   std::vector<state_t> states_;
-  std::vector<int32_t> histories_;  // order() tags for each state
+  preceding_t preceding_{};       // what stands before the first state
+  std::vector<int32_t> history_;  // tags before a word, the nearest first, as far as they were asked for
   std::vector<edge_t> edges_;
   std::vector<size_t> columns_;                // the first state of each word, and the end
   std::vector<size_t> members_;                // states before a word, those that meet side by side

@@ -26,8 +26,7 @@ class FirstPass {
       : sentence_tag_(tables.fullex.tagset.Sent_Tag),
         candidates_(tables, std::move(shared), options),
         context_(tables.Context_Tree, tables.fullex.A_Priori_Tag_Prob_Fac),
-        decoder_(context_, beam),
-        preceding_(static_cast<size_t>(context_.order()), sentence_tag_) {}
+        decoder_(context_, beam) {}
 
   FirstPass(const FirstPass&) = delete;  // the decoder looks at the context
   FirstPass& operator=(const FirstPass&) = delete;
@@ -45,27 +44,30 @@ class FirstPass {
   std::span<const Candidates::word_t> words() const { return words_; }
 
   // As in Decoder, of the words that were found.
-  void best_path(std::vector<int>& chosen) { decoder_.best_path(of_words_, preceding_.data(), chosen); }
-  void posteriors(std::vector<double>& result) { decoder_.posteriors(of_words_, preceding_.data(), result); }
+  void best_path(std::vector<int>& chosen) {
+    decoder_.best_path(of_words_, {preceding_, sentence_tag_}, chosen);
+  }
+  void posteriors(std::vector<double>& result) {
+    decoder_.posteriors(of_words_, {preceding_, sentence_tag_}, result);
+  }
 
   // The next word has these tags, chosen among the candidates, before it.
   void settle(std::span<const int> chosen) {
-    const size_t words = std::min(chosen.size(), preceding_.size());
-    std::rotate(preceding_.begin(), preceding_.begin() + static_cast<std::ptrdiff_t>(words),
-                preceding_.end());
-    for (size_t i = 0; i < words; ++i) {
-      const size_t word = chosen.size() - words + i;
-      preceding_[preceding_.size() - words + i] = of_words_[word][static_cast<size_t>(chosen[word])].tag;
-    }
+    const auto order = static_cast<size_t>(context_.order());
+    for (size_t i = chosen.size() - std::min(chosen.size(), order); i < chosen.size(); ++i)
+      preceding_.push_back(of_words_[i][static_cast<size_t>(chosen[i])].tag);
+    const size_t old = preceding_.size() - std::min(preceding_.size(), order);
+    preceding_.erase(preceding_.begin(), preceding_.begin() + static_cast<std::ptrdiff_t>(old));
   }
-  void end_sentence() { std::fill(preceding_.begin(), preceding_.end(), sentence_tag_); }
+  void end_sentence() { preceding_.clear(); }
 
  private:
   int32_t sentence_tag_;
   Candidates candidates_;
   ContextModel context_;
   Decoder decoder_;
-  std::vector<int32_t> preceding_;  // tags of what was settled, the nearest last
+  std::vector<int32_t>
+      preceding_;  // tags of the sentence that were settled, the nearest last, at most as many as count
   std::vector<Candidates::word_t> words_;
   std::vector<candidates_t> of_words_;
 };

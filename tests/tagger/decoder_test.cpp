@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <functional>
 #include <map>
 #include <random>
@@ -179,7 +180,7 @@ TEST_P(AllPaths, BestPathAndPosteriors) {
     });
 
     Decoder decoder(model, c.beam);
-    const int32_t* const preceding = start.data() + (c.context_size - model.order());
+    const preceding_t preceding{std::span(start).subspan(1), start[0]};
     std::vector<int> chosen;
     decoder.best_path(words, preceding, chosen);
     EXPECT_NEAR(probability[chosen] / best, 1.0, 1e-12);
@@ -225,6 +226,36 @@ TEST(ContextModel, RemembersTheLeafOfEachContext) {
   }
 }
 
+// What a file says of the number of preceding tags costs nothing, only what its tests ask for; a test that looks back behind
+// the beginning sees what stands there.
+TEST(Decoder, LooksBackAsFarAsATreeAsks) {
+  const auto make_tree = [](int context_size, bool has_far_test) {
+    ContextTreeBuilder builder(context_size);
+    if (has_far_test) builder.inner_node(0, 2);
+    for (const int distance : {9, 4, 1}) builder.inner_node(context_size - distance, 1);
+    for (int leaf = 0; leaf < (has_far_test ? 5 : 4); ++leaf) {
+      const ContextTreeBuilder::entries_t entries = builder.leaf(3, 10);
+      for (int tag = 0; tag < 3; ++tag) entries.put(tag, tag, (1 + (leaf * 5 + tag * 3) % 7) / 14.0);
+    }
+    return builder.take();
+  };
+  const context_tree_t far = make_tree(INT_MAX, true), near = make_tree(9, false);
+  ContextModel far_model(far, {3.0, 3.0, 3.0}), near_model(near, {3.0, 3.0, 3.0});
+  EXPECT_EQ(far_model.order(), INT_MAX);
+  RandomModel random(5, 2, false, 3);
+  const auto candidates = random.words(9);
+  const std::vector<candidates_t> words(candidates.begin(), candidates.end());
+  const std::vector<int32_t> known = {1, 0, 1};
+  std::vector<int> chosen, expected_chosen;
+  std::vector<double> posteriors, expected;
+  Decoder(far_model, 32).best_path(words, {known, 2}, chosen);
+  Decoder(near_model, 32).best_path(words, {known, 2}, expected_chosen);
+  Decoder(far_model, 32).posteriors(words, {known, 2}, posteriors);
+  Decoder(near_model, 32).posteriors(words, {known, 2}, expected);
+  EXPECT_EQ(chosen, expected_chosen);
+  EXPECT_EQ(posteriors, expected);
+}
+
 // A text so long that its probability is far below what a double holds.
 TEST(Decoder, LongTextDoesNotUnderflow) {
   RandomModel random(7, 2, true);
@@ -236,9 +267,10 @@ TEST(Decoder, LongTextDoesNotUnderflow) {
   const std::vector<int32_t> start(2, 0);
   std::vector<int> chosen;
   Decoder decoder(model, 1);
-  decoder.best_path(words, start.data() + (2 - model.order()), chosen);
+  const preceding_t preceding{start, 0};
+  decoder.best_path(words, preceding, chosen);
   std::vector<double> posteriors;
-  decoder.posteriors(words, start.data() + (2 - model.order()), posteriors);
+  decoder.posteriors(words, preceding, posteriors);
   size_t k = 0;
   for (const candidates_t word : words) {
     double sum = 0.0;
