@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "commands/escape.h"
+#include "support/errors.h"
 
 namespace orvelle {
 
@@ -29,7 +30,7 @@ std::string counted(int64_t number, const char* what) {
 
 void Remarks::say(std::string_view text) {
   clear_progress();
-  std::fprintf(stderr, "%s: %s\n", program_.c_str(), shown(text).c_str());
+  warn_on_standard_error(program_ + ": " + shown(text) + "\n");
 }
 
 void Remarks::say_at(const char* file, int64_t line, const std::string& text) {

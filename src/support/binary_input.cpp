@@ -103,7 +103,7 @@ void BinaryInput::fill() {
 
 size_t BinaryInput::read(char* place, size_t size) {
   if (file_ == nullptr) return 0;
-  const size_t got = std::fread(place, 1, size, file_.get());
+  const size_t got = read_stream(place, size, file_.get());
   read_from_file_ += got;
   if (checksum_) checksum_->add({place, got});
   return got;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one place that touches fread. Values lie in a parameter file as their bytes in memory, little-endian,
+// What reads parameter files. Values lie in a parameter file as their bytes in memory, little-endian,
 // without padding; binary_output.h writes them.
 //
 // A parameter file may be cut short or damaged, so no count in it is believed: memory for counted values

@@ -19,7 +19,9 @@ BinaryOutput::BinaryOutput(const char* name) : BinaryOutput(open_output(name)) {
 BinaryOutput::BinaryOutput(File file, Checksum* checksum)
     : file_(std::move(file)),
       checksum_(checksum),
-      buffer_(std::make_unique_for_overwrite<char[]>(Piece_Size + Max_Place)) {}
+      buffer_(std::make_unique_for_overwrite<char[]>(Piece_Size + Max_Place)) {
+  std::setvbuf(file_.get(), nullptr, _IONBF, 0);
+}
 
 void BinaryOutput::bytes(const void* data, size_t size) {
   for (const char* from = static_cast<const char*>(data); size > 0;) {
@@ -36,20 +38,11 @@ void BinaryOutput::close() {
   if (std::fclose(file_.release()) != 0) cannot_write();
 }
 
-void BinaryOutput::flush() {
-  write(used_);
-  used_ = 0;
-}
-
-void BinaryOutput::write_piece() {
-  write(Piece_Size);
-  used_ -= Piece_Size;
-  std::memcpy(buffer_.get(), buffer_.get() + Piece_Size, used_);
-}
-
 void BinaryOutput::write(size_t size) {
-  if (std::fwrite(buffer_.get(), 1, size, file_.get()) != size) cannot_write();
+  if (write_stream(buffer_.get(), size, file_.get()) != size) cannot_write();
   if (checksum_ != nullptr) checksum_->add({buffer_.get(), size});
+  used_ -= size;
+  std::memmove(buffer_.get(), buffer_.get() + size, used_);
 }
 
 }  // namespace orvelle

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The one place that touches fwrite. Values are written as their bytes in memory: two's complement and IEEE 754,
+// What writes parameter files. Values are written as their bytes in memory: two's complement and IEEE 754,
 // little-endian, which the format prescribes and static assertions below demand of the platform.
 #pragma once
 
@@ -51,18 +51,21 @@ class BinaryOutput {
   static constexpr size_t Max_Place = 1 << 16;
   // `size` bytes of the buffer for the caller to fill at once. Requires: size is at most Max_Place.
   char* place(size_t size) {
-    if (used_ >= Piece_Size) write_piece();
+    if (used_ >= Piece_Size) write(Piece_Size);
     char* start = buffer_.get() + used_;
     used_ += size;
     return start;
   }
 
-  void flush();  // writes what was collected
+  void flush() { write(used_); }  // writes what was collected
+  // Writes the whole blocks of it, as a stream with a buffer does; the rest of a small file may wait for close, and with it
+  // the message that the disk is full.
+  void flush_blocks() { write(used_ - used_ % Block_Size); }
   void close();
 
  private:
-  void write_piece();
-  void write(size_t size);
+  static constexpr size_t Block_Size = 1 << 12;
+  void write(size_t size);  // the first of what was collected
 
   File file_;
   Checksum* checksum_;

@@ -3,6 +3,8 @@
 
 #include <cstdarg>
 
+#include "support/files.h"
+
 namespace orvelle {
 
 namespace {
@@ -54,6 +56,6 @@ std::string message_of(const Error& failure) {
   return std::string(text.substr(0, text.find_last_not_of("\n") + 1));
 }
 
-void warn_on_standard_error(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stderr); }
+void warn_on_standard_error(std::string_view text) { write_stream(text.data(), text.size(), stderr); }
 
 }  // namespace orvelle

@@ -41,13 +41,13 @@ int exit_status(Run run) {
   try {
     return run();
   } catch (const Error& failure) {
-    std::fputs(failure.what(), stderr);
+    warn_on_standard_error(failure.what());
   } catch (const std::bad_alloc&) {
-    std::fputs(Space_Error_Text, stderr);
+    warn_on_standard_error(Space_Error_Text);
   } catch (const std::length_error&) {  // a container asked for more than any memory could hold
-    std::fputs(Space_Error_Text, stderr);
+    warn_on_standard_error(Space_Error_Text);
   } catch (const std::exception& failure) {  // of the standard library, such as a thread that cannot be had
-    std::fprintf(stderr, "\nERROR: %s\naborted.\n", failure.what());
+    for (const char* part : {"\nERROR: ", failure.what(), "\naborted.\n"}) warn_on_standard_error(part);
   }
   return 1;
 }

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "support/errors.h"
+#include "support/files.h"
 #include "support/strings.h"
 
 namespace orvelle {
@@ -80,7 +81,7 @@ void LineReader::fill() {
 }
 
 size_t LineReader::read(char* place, size_t size) {
-  if (file_ != nullptr) return std::fread(place, 1, size, file_);
+  if (file_ != nullptr) return read_stream(place, size, file_);
   const size_t got = text_.copy(place, size);
   text_.remove_prefix(got);
   return got;

@@ -66,7 +66,7 @@ std::vector<char> read_open_classes(const Input& input, const Tagset& tagset, co
     sink.unreadable(input.name);
     return Open_Class;
   }
-  for_each_name([stream] { return std::getc(stream); }, take);
+  for_each_name([stream] { return next_byte(stream); }, take);
   if (std::ferror(stream)) sink.read_error();
   return Open_Class;
 }

@@ -196,7 +196,7 @@ void write_tree(const GrownTree& tree, BinaryOutput& out, const Progress& progre
   ContextSectionWriter section(tree.Context_Size, out);
   TreeWalk walk(tree, section);
   walk.write_subtree();
-  out.flush();
+  out.flush_blocks();
   if (!progress) return;
   progress(formatted("\nNumber of nodes: %ld\n", walk.nodes));
   progress(formatted("Max. path length: %d\n", walk.max_depth));

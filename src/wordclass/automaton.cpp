@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "support/errors.h"
+#include "support/files.h"
 #include "support/strings.h"
 
 namespace orvelle {
@@ -28,7 +29,7 @@ struct triple_t {
 
 int first_nonblank(FILE* file) {
   int c;
-  do c = std::getc(file);
+  do c = next_byte(file);
   while (is_white_space(c));
   return c;
 }
@@ -37,10 +38,10 @@ int first_nonblank(FILE* file) {
 bool read_number(FILE* file, int& number) {
   int c = first_nonblank(file);
   const bool negative = c == '-';
-  if (c == '-' || c == '+') c = std::getc(file);
+  if (c == '-' || c == '+') c = next_byte(file);
   const bool has_digits = is_digit(static_cast<char>(c));
   int64_t value = 0;
-  for (; is_digit(static_cast<char>(c)); c = std::getc(file))
+  for (; is_digit(static_cast<char>(c)); c = next_byte(file))
     value = std::min(10 * value + (c - '0'), -int64_t{INT_MIN});
   std::ungetc(c, file);
   number = static_cast<int>(std::min(negative ? -value : value, int64_t{INT_MAX}));
@@ -50,7 +51,7 @@ bool read_number(FILE* file, int& number) {
 bool read_token(FILE* file, std::string& token) {
   token.clear();
   int c = first_nonblank(file);
-  for (; c != EOF && !is_white_space(c) && token.size() < Max_Token_Length; c = std::getc(file))
+  for (; c != EOF && !is_white_space(c) && token.size() < Max_Token_Length; c = next_byte(file))
     token += static_cast<char>(c);
   std::ungetc(c, file);
   return !token.empty();
