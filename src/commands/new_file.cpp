@@ -50,8 +50,9 @@ NewFile::NewFile(const char* name) : name_(name) {
   constexpr int At_Once = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
   const std::optional<std::string> path = real_path(name);
   struct stat status;
-  const bool is_file = path && stat(name, &status) == 0 && S_ISREG(status.st_mode);
   const bool is_new = !path && errno == ENOENT && !is_link(name);
+  if (path && stat(name, &status) != 0) stop_here();
+  const bool is_file = path && S_ISREG(status.st_mode);
   if (is_file && access(name, W_OK) != 0) stop_here();
   if (is_file || is_new) {
     target_ = path.value_or(name);
@@ -93,12 +94,18 @@ File NewFile::stream() const {
   return stream;
 }
 
+int64_t NewFile::size() const {
+  struct stat status;
+  if (fstat(descriptor_, &status) != 0) stop_here();
+  return status.st_size;
+}
+
 void NewFile::commit() {
   if (!target_.empty() && temporary_.empty()) {
     const std::string unnamed = "/proc/self/fd/" + std::to_string(descriptor_);
-    const std::string beside = target_ + ".new-" + std::to_string(getpid());
+    std::string beside = target_ + ".new-" + std::to_string(getpid());
     if (linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, beside.c_str(), AT_SYMLINK_FOLLOW) != 0) stop_here();
-    temporary_ = beside;
+    temporary_ = std::move(beside);
   }
   const int descriptor = std::exchange(descriptor_, -1);
   if (close(descriptor) != 0) stop_here();  // some file systems tell only here that the disk is full

@@ -2,6 +2,7 @@
 // Outputs that harm nothing: a file gets its name only when it is complete.
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string>
 
@@ -24,6 +25,8 @@ class NewFile {
 
   // A stream to write to, from where the descriptor stands; a Failure if there can be none.
   File stream() const;
+
+  int64_t size() const;  // bytes; a Failure if the system does not tell
 
   // All is written: closes the file and gives it its name. A failure of either is a Failure.
   void commit();

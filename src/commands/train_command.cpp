@@ -6,8 +6,6 @@
 //   settings     as told, usual ones, or the best of a search
 //   model        trained; with lemma rules, the treebank's own tags for sentence ends, and a card (model_file.h)
 //   measured     on the dev file, or on a tenth that a training without it has not seen
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <map>
@@ -125,7 +123,8 @@ class Trainer {
     if (!line.has("corpus")) settings_.SENT_TAG = options_.sentence_tag;
   }
 
-  void run() {
+  // The exit status.
+  int run() {
     if (line_.has("corpus"))
       read_files();
     else
@@ -135,6 +134,8 @@ class Trainer {
     else if (!line_.has("corpus"))
       hold_tenth_out();
     write(train_best());
+    if (has_failed_trials_) remarks_.say("trainings of the search failed: there may be better settings");
+    return has_failed_trials_ ? 1 : 0;
   }
 
  private:
@@ -249,7 +250,7 @@ class Trainer {
     Search search(folds, {jobs, !line_.has("no-second-look")}, out_, remarks_);
     // A model file chooses by word.
     const Settings found = search.run({settings_, tagger_options_t::Choice::Word}).choice.settings;
-    search.tell_failures();
+    has_failed_trials_ = search.tell_failures();
     if (search.was_stopped()) out_.put("stopped; going on with the best so far\n");
     out_.put("\n");
     out_.flush();
@@ -374,8 +375,7 @@ class Trainer {
 
     write_model_file(file_.stream(), tables.extras.sections(),
                      [&](BinaryOutput& to) { write_parameters(to, tables); });
-    struct stat status;
-    const int64_t size = fstat(file_.descriptor(), &status) == 0 ? status.st_size : 0;
+    const int64_t size = file_.size();
     file_.commit();
     out_.print("made %s, %lld bytes, with %s\n\n", shown(request_.model).c_str(),
                static_cast<long long>(size), options_of(settings_).c_str());
@@ -405,12 +405,12 @@ class Trainer {
   training_set_t set_;
   std::vector<input_t> inputs_;
   std::string accuracy_;
+  bool has_failed_trials_ = false;
 };
 
 int train_command(const CommandLine& line, Remarks& remarks) {
   const train_request_t request = parse_train_request(line);
-  Trainer(line, request, remarks).run();
-  return 0;
+  return Trainer(line, request, remarks).run();
 }
 
 }  // namespace
