@@ -43,6 +43,7 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/escape.cpp
   src/commands/evaluate_command.cpp
   src/commands/evaluation.cpp
+  src/commands/heap.cpp
   src/commands/interrupts.cpp
   src/commands/learn_second_look.cpp
   src/commands/model_columns.cpp

@@ -3,6 +3,9 @@
 
 #include <cstdint>
 #include <cstdlib>  // says which C library this is
+#include <exception>
+
+#include "support/errors.h"
 
 #ifdef __GLIBC__
 #include <malloc.h>
@@ -11,6 +14,19 @@
 #endif
 
 namespace orvelle {
+
+namespace {
+
+// Nothing was thrown if nothing could be; all that the programs do throw is caught.
+[[noreturn]] void end_without_exception() {
+  if (std::current_exception() != nullptr) std::abort();
+  warn_on_standard_error(Space_Error_Text);
+  std::_Exit(1);
+}
+
+}  // namespace
+
+void tell_when_nothing_can_be_thrown() { std::set_terminate(end_without_exception); }
 
 #ifdef __GLIBC__
 

@@ -10,4 +10,8 @@ namespace orvelle {
 // C library or the system offers no such thing.
 void take_large_pieces();
 
+// Where memory does not even suffice to throw that there is too little, the program ends as if it had been thrown: the
+// message, status 1. The runtime calls std::terminate there. For programs, before all else.
+void tell_when_nothing_can_be_thrown();
+
 }  // namespace orvelle

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // orvelle: everything around a parameter file but its training, as subcommands of one program.
 #include <csignal>
-#include <cstdio>
 #include <string_view>
 
 #include "commands/command.h"
+#include "commands/heap.h"
 #include "commands/standard_streams.h"
 #include "commands/text_io.h"
 #include "support/errors.h"
@@ -86,8 +86,7 @@ int run(int argc, char** argv) {
     return command != nullptr ? run_command(*command, argc - 1, argv + 1, remarks) : run_alone(argc, argv);
   } catch (const Failure& failure) {
     remarks.say(failure.what());
-    if (failure.status == Misuse_Status)
-      std::fprintf(stderr, "Try '%s --help'.\n", remarks.program().c_str());
+    if (failure.status == Misuse_Status) warn_on_standard_error("Try '" + remarks.program() + " --help'.\n");
     return failure.status;
   } catch (const Error& failure) {
     remarks.say(message_of(failure));
@@ -98,6 +97,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char* argv[]) {
+  tell_when_nothing_can_be_thrown();
   take_standard_descriptors();
   // A reader that goes away early (`orvelle show --all FILE | head`) ends the program quietly, even where the
   // parent process ignores the signal.
