@@ -50,8 +50,10 @@ NewFile::NewFile(const char* name) : name_(name) {
   constexpr int At_Once = O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC;
   const std::optional<std::string> path = real_path(name);
   struct stat status;
-  const bool is_new = !path && errno == ENOENT && !is_link(name);
-  if (path && stat(name, &status) != 0) stop_here();
+  // What cannot be looked at may be a file with content.
+  if (!path && errno == ENOMEM) space_error();
+  if (path ? stat(name, &status) != 0 : errno != ENOENT) stop_here();
+  const bool is_new = !path && !is_link(name);
   const bool is_file = path && S_ISREG(status.st_mode);
   if (is_file && access(name, W_OK) != 0) stop_here();
   if (is_file || is_new) {
