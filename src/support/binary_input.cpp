@@ -48,11 +48,11 @@ void BinaryInput::long_bytes(void* place, size_t size) {
   const size_t missing = size - held;
   if (missing < Buffer_Size) {
     fill();
-    if (static_cast<size_t>(end_ - next_) < missing) short_read("Can't read from input file");
+    if (static_cast<size_t>(end_ - next_) < missing) error("Can't read from input file");
     std::memcpy(static_cast<char*>(place) + held, next_, missing);
     next_ += missing;
   } else if (read(static_cast<char*>(place) + held, missing) != missing) {
-    short_read("Can't read from input file");
+    error("Can't read from input file");
   }
 }
 
@@ -61,7 +61,7 @@ std::string_view BinaryInput::inputs() {
   if (static_cast<size_t>(end_ - next_) < Longest) fill();
   const size_t window = std::min<size_t>(end_ - next_, Longest);
   const void* nul = window > 0 ? std::memchr(next_, '\0', window) : nullptr;
-  if (nul == nullptr) short_read("while reading string from binary file");
+  if (nul == nullptr) error("while reading string from binary file");
   const char* start = next_;
   next_ = static_cast<const char*>(nul) + 1;
   return {start, static_cast<size_t>(next_ - start) - 1};
@@ -87,9 +87,7 @@ void BinaryInput::begin_checksum() { checksum_.emplace().add({next_, static_cast
 
 bool BinaryInput::at_end() {
   if (next_ == end_) fill();
-  if (next_ < end_) return false;
-  if (file_ != nullptr && std::ferror(file_.get())) short_read("Can't read from input file");
-  return true;
+  return next_ == end_;
 }
 
 // Moves what is left to the front of the buffer and reads behind it.
@@ -104,15 +102,11 @@ void BinaryInput::fill() {
 size_t BinaryInput::read(char* place, size_t size) {
   if (file_ == nullptr) return 0;
   const size_t got = read_stream(place, size, file_.get());
+  // A failing disk is no damaged file, nor the end of one: the message says which file could not be read.
+  if (got < size && std::ferror(file_.get()) != 0) error2("Can't read from input file", name_);
   read_from_file_ += got;
   if (checksum_) checksum_->add({place, got});
   return got;
-}
-
-// A failing disk is no damaged file: the message says which file could not be read.
-void BinaryInput::short_read(const char* message) const {
-  if (file_ != nullptr && std::ferror(file_.get())) error2("Can't read from input file", name_);
-  error(message);
 }
 
 }  // namespace orvelle

@@ -88,7 +88,6 @@ class BinaryInput {
   void long_bytes(void* place, size_t size);
   void fill();
   size_t read(char* place, size_t size);
-  [[noreturn]] void short_read(const char* message) const;
 
   File file_;  // null for bytes in memory
   std::string name_;
