@@ -6,21 +6,30 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
 say() { printf '== %s\n' "$*"; }
 
-# True if the tool named is here. gtest and benchmark have no command: their headers tell.
+# True if the tool named is here. gtest and benchmark have no command: their headers tell. clang++ must have the
+# runtime of its sanitizers.
 have_tool() {
   case $1 in
+    clang++) echo 'int main() {}' | clang++ -x c++ -fsanitize=thread - -o /dev/null 2>/dev/null ;;
     gtest | benchmark) command -v g++ >/dev/null && g++ -E -x c++ -include "$1/$1.h" /dev/null >/dev/null 2>&1 ;;
     *) command -v "$1" >/dev/null ;;
   esac
 }
 
-debian_package() { [[ $1 == gtest || $1 == benchmark ]] && echo "lib$1-dev" || echo "$1"; }
+debian_package() {
+  case $1 in
+    clang++) echo clang libclang-rt-dev ;;
+    gtest | benchmark) echo "lib$1-dev" ;;
+    *) echo "$1" ;;
+  esac
+}
 
 # require_tools TOOL... installs the missing ones on Debian and its kin; elsewhere it names them and stops.
 require_tools() {
   local tool missing=() as_root=()
   for tool in "$@"; do
-    have_tool "$tool" || missing+=("$(debian_package "$tool")")
+    # shellcheck disable=SC2207
+    have_tool "$tool" || missing+=($(debian_package "$tool"))
   done
   ((${#missing[@]})) || return 0
   if [[ ! -e /etc/debian_version ]] || ! command -v apt-get >/dev/null; then
