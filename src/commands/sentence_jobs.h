@@ -125,13 +125,11 @@ class SentenceJobs {
 
   void send_whole() {
     if (whole_ == 0) return;
-    std::string rest = text_.substr(whole_);
-    text_.resize(whole_);
+    std::string batch = std::exchange(text_, text_.substr(whole_));
+    batch.resize(std::exchange(whole_, 0));
     const int64_t first_line = next_line_;
-    next_line_ += std::ranges::count(text_, '\n');
-    jobs_->add({std::move(text_), first_line});
-    text_ = std::move(rest);
-    whole_ = 0;
+    next_line_ += std::ranges::count(batch, '\n');
+    jobs_->add({std::move(batch), first_line});  // throws what an earlier job threw
   }
 
   void go_alone() {
