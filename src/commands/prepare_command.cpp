@@ -52,8 +52,11 @@ class Files {
   void require_room(const std::vector<const char*>& inputs, bool force) const {
     for (const char* name : File_Names) {
       require_other_file(path(name).c_str(), inputs);
-      if (!force && std::filesystem::exists(path(name)))
-        stop(path(name) + " is there already; choose another folder with --into, or say --force");
+      if (force) continue;
+      std::error_code failure;
+      const bool is_there = std::filesystem::exists(path(name), failure);
+      if (failure) stop(formatted("can't look at %s: %s", path(name).c_str(), failure.message().c_str()));
+      if (is_there) stop(path(name) + " is there already; choose another folder with --into, or say --force");
     }
   }
 
