@@ -50,6 +50,7 @@ using confusion_row_t = std::pair<const std::pair<std::string, std::string>, con
 template <class Map, class Size>
 auto largest(const Map& map, int64_t most, Size size) {
   std::vector<const typename Map::value_type*> rows;
+  rows.reserve(map.size());
   for (const auto& row : map) rows.push_back(&row);
   std::stable_sort(rows.begin(), rows.end(), [&](auto* a, auto* b) { return size(*a) > size(*b); });
   if (most > 0 && rows.size() > static_cast<size_t>(most)) rows.resize(static_cast<size_t>(most));

@@ -42,13 +42,14 @@ void take_large_pieces() {
   mallopt(M_MMAP_THRESHOLD, Own_Mapping_Size);
   mallopt(M_TRIM_THRESHOLD, Piece_Size);
   mallopt(M_TOP_PAD, Piece_Size);
-  const auto start = reinterpret_cast<uintptr_t>(sbrk(0));
+  char* const start = static_cast<char*>(sbrk(0));
   // More than the heap has so far, so that it grows by a piece; volatile, or the compiler drops the pair.
   void* volatile block = std::malloc(1 << 20);
   std::free(block);
-  const auto end = reinterpret_cast<uintptr_t>(sbrk(0));
-  const uintptr_t first_page = (start + Huge_Page_Size - 1) / Huge_Page_Size * Huge_Page_Size;
-  if (first_page < end) madvise(reinterpret_cast<void*>(first_page), end - first_page, MADV_HUGEPAGE);
+  char* const end = static_cast<char*>(sbrk(0));
+  char* const first_page =
+      start + (Huge_Page_Size - reinterpret_cast<uintptr_t>(start) % Huge_Page_Size) % Huge_Page_Size;
+  if (first_page < end) madvise(first_page, static_cast<size_t>(end - first_page), MADV_HUGEPAGE);
 }
 
 #else
