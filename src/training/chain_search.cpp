@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <utility>
 
 #include "training/leave_one_out.h"
@@ -23,15 +24,24 @@ bool ChainSearch::find_split(split_t& split) {
   const double undivided = at_start_ ? freq_ * start_entropy_ : undivided_score();
   if (ld(freq_) * (undivided + 3.0 * bound) / freq_ < settings_.Min_Info_Gain) return false;
   if (!score_candidates(bound)) return find_exactly(split) && exact_gain_suffices(split);
-  double best = 0.0;
-  return choose(split, bound, best) && gain_suffices(split, undivided, best, bound);
+  if (candidates_.empty()) return false;
+  double best = candidates_[0].score;
+  for (const candidate_t& c : candidates_) best = std::min(best, c.score);
+  const gain_t gain = judge_gain(undivided, best, bound);
+  if (gain == Too_Small || !choose(split, bound, best)) return false;
+  return gain == Sufficient || exact_gain_suffices(split);
+}
+
+// What the approximate scores tell about the gain of the best test.
+ChainSearch::gain_t ChainSearch::judge_gain(double undivided, double best, double bound) const {
+  const double gain = ld(freq_) * (undivided - best) / freq_;
+  const double doubt = ld(freq_) * 4.0 * bound / freq_;
+  if (!(std::fabs(gain - settings_.Min_Info_Gain) > doubt)) return In_Doubt;
+  return gain > settings_.Min_Info_Gain ? Sufficient : Too_Small;
 }
 
 // Whether a test that divides the node is the best; if so, which one.
-bool ChainSearch::choose(split_t& split, double bound, double& best_score) {
-  if (candidates_.empty()) return false;
-  best_score = candidates_[0].score;
-  for (const candidate_t& c : candidates_) best_score = std::min(best_score, c.score);
+bool ChainSearch::choose(split_t& split, double bound, double best_score) {
   size_t table;
   int tag;
   const bool undivided_competes =
@@ -43,38 +53,67 @@ bool ChainSearch::choose(split_t& split, double bound, double& best_score) {
   return true;
 }
 
-bool ChainSearch::same_cells(const candidate_t& a, const candidate_t& b) const {
-  const auto next = [this](const candidate_t& c, uint32_t& i) {
-    const table_t& table = tables_[c.table];
-    const uint32_t end = table.rows[c.row].end_cell;
-    while (i < end && table.cells[i].count == 0) ++i;
-    return i < end ? table.cells[i++] : cell_t{0, 0};
-  };
-  uint32_t i = tables_[a.table].rows[a.row].first_cell, j = tables_[b.table].rows[b.row].first_cell;
+// Tags in a cycle have as many runs as there are different counts, and all tests of a node tie.
+void ChainSearch::find_runs() {
+  run_of_k_.resize(count_.size());
+  uint32_t run = 0;
+  for (uint32_t k = 0; k < count_.size(); ++k) {
+    if (count_[k] == 0) continue;
+    if (count_[k] != count_[run] || q_[k] != q_[run]) run = k;
+    run_of_k_[k] = run;
+  }
+}
+
+// The next live cell of a candidate from cell i on, as far as the exact score depends on it: if all occurrences of its k
+// go, any other k of the run might go instead, and the sums would have the same terms in the same order.
+ChainSearch::cell_t ChainSearch::next_term(const candidate_t& c, uint32_t& i) const {
+  const table_t& table = tables_[c.table];
+  const uint32_t end = table.rows[c.row].end_cell;
+  while (i < end && table.cells[i].count == 0) ++i;
+  if (i == end) return {0, 0};
+  const cell_t cell = table.cells[i++];
+  return {cell.count == count_[cell.k] ? run_of_k_[cell.k] : cell.k, cell.count};
+}
+
+bool ChainSearch::same_terms(const candidate_t& a, const candidate_t& b) const {
+  uint32_t i = first_cell(a), j = first_cell(b);
   for (;;) {
-    const cell_t x = next(a, i), y = next(b, j);
+    const cell_t x = next_term(a, i), y = next_term(b, j);
     if (x.k != y.k || x.count != y.count) return false;
     if (x.count == 0) return true;
   }
 }
 
-// Rows with the same cells have the same score to the last bit, so that the earliest of them stands for all.
-// They have the same approximate score too, so only neighbours in its order need to be compared.
+uint64_t ChainSearch::hash_of_terms(const candidate_t& c) const {
+  uint64_t hash = 0;
+  uint32_t i = first_cell(c);
+  for (cell_t x = next_term(c, i); x.count != 0; x = next_term(c, i))
+    hash = ((hash ^ x.k) * 0x9E3779B97F4A7C15 ^ hash >> 32) + x.count;
+  return hash;
+}
+
+// Candidates with the same terms have the same score to the last bit, so that the earliest of them stands for all.
 void ChainSearch::drop_repeated_candidates() {
-  std::vector<size_t> order(candidates_.size());
-  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
-  std::sort(order.begin(), order.end(), [this](size_t a, size_t b) {
-    const candidate_t &x = candidates_[a], &y = candidates_[b];
-    return x.score != y.score ? x.score < y.score : a < b;
+  struct place_t {
+    double score;
+    uint64_t hash;
+    size_t i;
+  };
+  find_runs();
+  std::vector<place_t> order;
+  for (size_t i = 0; i < candidates_.size(); ++i)
+    order.push_back({candidates_[i].score, hash_of_terms(candidates_[i]), i});
+  std::sort(order.begin(), order.end(), [](const place_t& a, const place_t& b) {
+    return std::tie(a.score, a.hash, a.i) < std::tie(b.score, b.hash, b.i);
   });
   std::vector<char> is_repeated(order.size(), 0);
-  size_t last = order[0];
-  for (size_t i = 1; i < order.size(); ++i) {
-    if (candidates_[order[i]].score == candidates_[last].score &&
-        same_cells(candidates_[order[i]], candidates_[last]))
-      is_repeated[order[i]] = 1;
+  size_t last = order[0].i;
+  for (size_t n = 1; n < order.size(); ++n) {
+    const size_t i = order[n].i;
+    if (order[n].hash == order[n - 1].hash && same_terms(candidates_[i], candidates_[last]))
+      is_repeated[i] = 1;
     else
-      last = order[i];
+      last = i;
   }
   size_t kept = 0;
   for (size_t i = 0; i < candidates_.size(); ++i)
@@ -146,14 +185,8 @@ bool ChainSearch::find_exactly(split_t& split) {
         candidates_.push_back({t, r, 0.0});
         if (first_stays) return choose_exactly(split, false);
       }
+  if (!candidates_.empty()) drop_repeated_candidates();
   return choose_exactly(split, undivided_competes);
-}
-
-bool ChainSearch::gain_suffices(const split_t& split, double undivided, double best, double bound) {
-  const double gain = ld(freq_) * (undivided - best) / freq_;
-  const double doubt = ld(freq_) * 4.0 * bound / freq_;
-  if (std::fabs(gain - settings_.Min_Info_Gain) > doubt) return gain > settings_.Min_Info_Gain;
-  return exact_gain_suffices(split);
 }
 
 bool ChainSearch::exact_gain_suffices(const split_t& split) const {

@@ -80,6 +80,7 @@ class ChainSearch {
     size_t table, row;
     double score;
   };
+  enum gain_t { Too_Small, In_Doubt, Sufficient };
   struct evaluation_t {
     double score, entropy_yes, entropy_no;
   };
@@ -105,11 +106,15 @@ class ChainSearch {
   double most_gain() const;
   bool score_candidates(double bound);
   void drop_repeated_candidates();
-  bool same_cells(const candidate_t& a, const candidate_t& b) const;
+  void find_runs();
+  uint32_t first_cell(const candidate_t& c) const { return tables_[c.table].rows[c.row].first_cell; }
+  cell_t next_term(const candidate_t& c, uint32_t& i) const;
+  bool same_terms(const candidate_t& a, const candidate_t& b) const;
+  uint64_t hash_of_terms(const candidate_t& c) const;
   bool choose_exactly(split_t& split, bool undivided_competes);
-  bool choose(split_t& split, double bound, double& best_score);
+  gain_t judge_gain(double undivided, double best, double bound) const;
+  bool choose(split_t& split, double bound, double best_score);
   bool find_exactly(split_t& split);
-  bool gain_suffices(const split_t& split, double undivided, double best, double bound);
   bool exact_gain_suffices(const split_t& split) const;
   evaluation_t evaluate(const table_t& table, const row_t& row) const;
   double exact_entropy() const;
@@ -142,6 +147,9 @@ class ChainSearch {
   std::vector<weights_t> weights_;
   std::vector<int> weights_of_tags_;     // indexed by a number of tags: place in weights_, or -1
   std::vector<candidate_t> candidates_;  // scratch of find_split: those near the best
+  // Scratch of drop_repeated_candidates, indexed by k: the first of its run, which is of neighbours among the k with a count
+  // that have the same count and prior.
+  std::vector<uint32_t> run_of_k_;
 };
 
 }  // namespace orvelle
