@@ -19,7 +19,7 @@ Lexicon::Lexicon(lexicon_parts_t parts) : parts_(std::move(parts)) {
   for (int i = 0; i < Fullform_Lexicon_Size; ++i) {
     const uint32_t hash = hash_bytes(word_at(i));
     // Only a damaged parameter file has a word form twice; millions of one word form would make one chain.
-    if (index_.find(word_at(i), hash, word_at) < 0) index_.insert(hash, i);
+    if (index_.find(word_at(i), hash, word_at) < 0) index_.insert(word_at(i), hash, i);
   }
 }
 

@@ -12,7 +12,7 @@ Tagset::Tagset(std::vector<const char*> names, int sent_tag, StringArena strings
       Number_of_Tags(static_cast<int>(Tag.size())),
       Sent_Tag(sent_tag),
       strings_(std::move(strings)) {
-  for (int i = 0; i < Number_of_Tags; ++i) index_.insert(hash_bytes(Tag[i]), i);
+  for (int i = 0; i < Number_of_Tags; ++i) index_.insert(Tag[i], hash_bytes(Tag[i]), i);
 }
 
 int Tagset::find_tag(std::string_view name) const {

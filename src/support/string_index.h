@@ -5,13 +5,19 @@
 //   table    0: "DT"  1: "NN"  2: "SENT"                                    half full
 //
 // It stands beside the sorted tables (tags, lemmas, word forms) and answers in one or two cache misses what a binary
-// search needs about twenty for.
+// search needs about twenty for. A string that finds no place near the slot of its hash, as nearly none does unless strings
+// were made to share theirs, goes to a sorted map: no input makes more than Longest_Probe and the logarithm of their number
+// of comparisons.
 #pragma once
 
 #include <bit>
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <map>
+#include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orvelle {
@@ -53,11 +59,12 @@ class StringIndex {
   template <class KeyAt>
   int find(std::string_view text, uint32_t hash, KeyAt key_at) const {
     if (slots_.empty()) return -1;
-    for (size_t i = hash & mask_;; i = (i + 1) & mask_) {
-      const slot_t& slot = slots_[i];
+    for (size_t i = hash; i != hash + Longest_Probe; ++i) {
+      const slot_t& slot = slots_[i & mask_];
       if (slot.number < 0) return -1;
       if (slot.hash == hash && is_same(key_at(slot.number), text)) return slot.number;
     }
+    return find_crowded(text);
   }
   template <class KeyAt>
   int find(std::string_view text, KeyAt key_at) const {
@@ -65,13 +72,13 @@ class StringIndex {
   }
 
   // Enters a string that is not in the index yet.
-  void insert(uint32_t hash, int number) {
+  void insert(std::string_view text, uint32_t hash, int number) {
     if (2 * (size_ + 1) > slots_.size()) grow();
-    place({hash, number});
+    if (!place({hash, number})) crowded_.emplace(text, slot_t{hash, number});
     ++size_;
   }
 
-  // Makes room for `count` strings, so that the insertions up to there move nothing.
+  // Makes room in an empty index for `count` strings, so that the insertions up to there move nothing.
   void reserve(size_t count) { resize(std::bit_ceil(2 * count + 2)); }
 
   // Asks the memory for the slot that find will look at first.
@@ -82,40 +89,60 @@ class StringIndex {
   // The first number with that hash, nearly always the one that find returns; -1 if there is none.
   int candidate(uint32_t hash) const {
     if (slots_.empty()) return -1;
-    for (size_t i = hash & mask_; slots_[i].number >= 0; i = (i + 1) & mask_)
-      if (slots_[i].hash == hash) return slots_[i].number;
+    for (size_t i = hash; i != hash + Longest_Probe; ++i) {
+      const slot_t& slot = slots_[i & mask_];
+      if (slot.number < 0) return -1;
+      if (slot.hash == hash) return slot.number;
+    }
     return -1;
   }
 
-  void clear() { *this = StringIndex(); }
+  size_t crowded() const { return crowded_.size(); }  // strings in the map
 
  private:
+  static constexpr size_t Longest_Probe = 64;  // slots
+
   struct slot_t {
     uint32_t hash = 0;
     int32_t number = -1;  // -1: empty
   };
+
+  [[gnu::noinline]] int find_crowded(std::string_view text) const {
+    const auto found = crowded_.find(text);
+    return found != crowded_.end() ? found->second.number : -1;
+  }
 
   void resize(size_t slots) {
     slots_.assign(slots, slot_t{});
     mask_ = slots - 1;
   }
 
-  void place(slot_t slot) {
-    size_t i = slot.hash & mask_;
-    while (slots_[i].number >= 0) i = (i + 1) & mask_;
-    slots_[i] = slot;
+  // False if all slots near that of the hash are taken.
+  bool place(slot_t slot) {
+    for (size_t i = slot.hash; i != slot.hash + Longest_Probe; ++i) {
+      if (slots_[i & mask_].number >= 0) continue;
+      slots_[i & mask_] = slot;
+      return true;
+    }
+    return false;
   }
 
+  // From an empty slot on, so that every string comes after those that it had to make way for: then it is as near to the slot
+  // of its hash as before, at least.
   void grow() {
     const std::vector<slot_t> old = std::move(slots_);
     resize(old.empty() ? 64 : 2 * old.size());
-    for (const slot_t& slot : old)
-      if (slot.number >= 0) place(slot);
+    size_t start = 0;
+    while (start < old.size() && old[start].number >= 0) ++start;
+    for (size_t i = 0; i < old.size(); ++i)
+      if (const slot_t& slot = old[(start + i) & (old.size() - 1)]; slot.number >= 0) place(slot);
+    std::erase_if(crowded_, [this](const auto& string) { return place(string.second); });
   }
 
   std::vector<slot_t> slots_;
   size_t mask_ = 0;
   size_t size_ = 0;
+  std::map<std::string, slot_t, std::less<>> crowded_;
 };
 
 }  // namespace orvelle

@@ -29,7 +29,7 @@ class StringTable {
   int add(std::string_view text, uint32_t hash) {
     int_count(texts_.size() + 1, "different strings");
     texts_.push_back(arena_.add(text));
-    index_.insert(hash, size() - 1);
+    index_.insert(text, hash, size() - 1);
     return size() - 1;
   }
 

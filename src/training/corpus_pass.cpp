@@ -203,7 +203,7 @@ class LineCache {
       number = static_cast<int>(lines_.size());
       lines_.push_back({texts_.add(line), static_cast<uint32_t>(line.size()), 0, effect});
       counts_.push_back(counts);
-      index_.insert(group.hashes[i], number);
+      index_.insert(line, group.hashes[i], number);
       cached_bytes_ += line.size() + sizeof(cached_line_t) + sizeof counts;
     }
     ++lines_[number].hits;

@@ -45,7 +45,7 @@ class Classes {
     number = static_cast<int>(classes_.size());
     classes_.push_back({data.n, data.tag, prob_.size()});
     prob_.insert(prob_.end(), static_cast<size_t>(data.n), 0.1);
-    index_.insert(hash, number);
+    index_.insert(key, hash, number);
     return number;
   }
 
