@@ -5,9 +5,9 @@
 #include <orvelle/model.h>
 #include <orvelle/tagger.h>
 
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "commands/conllu.h"
 
@@ -48,7 +48,7 @@ class ModelColumns {
   const char* unknown_lemma_;
   tag_column_t column_ = tag_column_t::Xpos;
   std::string features_, key_, line_lemma_;
-  std::unordered_map<std::string, std::string> guessed_;  // lemmas by form and tag
+  std::map<std::string, std::string> guessed_;  // lemmas by form and tag
 };
 
 }  // namespace orvelle

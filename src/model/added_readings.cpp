@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <numeric>
 
 #include "model/model_file.h"
 
@@ -10,7 +11,7 @@ namespace orvelle {
 
 AddedReadings::AddedReadings(std::string_view section, int number_of_tags) {
   const auto bad = [] { bad_model_file("added readings"); };
-  if (!section.empty() && section.back() != '\n') bad();
+  if ((!section.empty() && section.back() != '\n') || section.find('\0') != section.npos) bad();
   while (!section.empty()) {
     std::string_view line = section.substr(0, section.find('\n'));
     section.remove_prefix(line.size() + 1);
@@ -30,13 +31,13 @@ AddedReadings::AddedReadings(std::string_view section, int number_of_tags) {
 }
 
 std::string AddedReadings::section() const {
-  std::vector<const std::string*> words;
-  for (const auto& [word, readings] : readings_) words.push_back(&word);
-  std::ranges::sort(words, {}, [](const std::string* word) -> const std::string& { return *word; });
+  std::vector<int> words(static_cast<size_t>(words_.size()));
+  std::iota(words.begin(), words.end(), 0);
+  std::ranges::sort(words, {}, [this](int word) { return std::string_view(words_.text(word)); });
   std::string text;
-  for (const std::string* const word : words) {
-    text += *word;
-    for (const auto& [tag, number] : readings_.find(*word)->second)
+  for (const int word : words) {
+    text += words_.text(word);
+    for (const auto& [tag, number] : readings_[static_cast<size_t>(word)])
       text += '\t' + std::to_string(tag) + ' ' + lemma(number);
     text += '\n';
   }
@@ -44,17 +45,17 @@ std::string AddedReadings::section() const {
 }
 
 void AddedReadings::add(std::string_view word, int32_t tag, std::string_view lemma) {
-  std::vector<reading_t>& readings = readings_.try_emplace(std::string(word)).first->second;
-  if (std::ranges::find(readings, tag, &reading_t::tag) != readings.end()) return;
-  const auto [place, is_new] =
-      lemma_numbers_.try_emplace(std::string(lemma), static_cast<int32_t>(lemmas_.size()));
-  if (is_new) lemmas_.push_back(&place->first);
-  readings.push_back({tag, place->second});
+  const auto number = static_cast<size_t>(words_.number(word.substr(0, word.find('\0'))));
+  if (number >= readings_.size()) readings_.resize(number + 1);
+  std::vector<reading_t>& readings = readings_[number];
+  if (std::ranges::find(readings, tag, &reading_t::tag) == readings.end())
+    readings.push_back({tag, lemmas_.number(lemma.substr(0, lemma.find('\0')))});
 }
 
 std::span<const AddedReadings::reading_t> AddedReadings::find(std::string_view word) const {
-  const auto place = readings_.find(word);
-  return place != readings_.end() ? std::span<const reading_t>(place->second) : std::span<const reading_t>();
+  const auto number = static_cast<size_t>(words_.find(word, hash_bytes(word)));
+  return number < readings_.size() ? std::span<const reading_t>(readings_[number])
+                                   : std::span<const reading_t>();
 }
 
 }  // namespace orvelle

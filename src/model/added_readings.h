@@ -6,12 +6,12 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
+
+#include "support/string_table.h"
 
 namespace orvelle {
 
@@ -29,25 +29,17 @@ class AddedReadings {
   AddedReadings(std::string_view section, int number_of_tags);
   std::string section() const;
 
-  // A tag that the word form has already keeps its lemma.
+  // A tag that the word form has already keeps its lemma. Both strings end at a NUL.
   void add(std::string_view word, int32_t tag, std::string_view lemma);
 
   bool empty() const { return readings_.empty(); }
-  // Valid until: the next change.
+  // Requires: the word form has no NUL. Valid until: the next change.
   std::span<const reading_t> find(std::string_view word) const;
-  const char* lemma(int32_t number) const { return lemmas_[static_cast<size_t>(number)]->c_str(); }
+  const char* lemma(int32_t number) const { return lemmas_.text(number); }
 
  private:
-  struct hash_t {
-    using is_transparent = void;
-    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
-  };
-  template <class Value>
-  using map_t = std::unordered_map<std::string, Value, hash_t, std::equal_to<>>;
-
-  map_t<std::vector<reading_t>> readings_;
-  map_t<int32_t> lemma_numbers_;
-  std::vector<const std::string*> lemmas_;  // the keys of lemma_numbers_, which stay where they are
+  StringTable words_, lemmas_;
+  std::vector<std::vector<reading_t>> readings_;  // by number of the word form
 };
 
 }  // namespace orvelle

@@ -92,16 +92,19 @@ Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
     if (known == nullptr) known = &choose_entry(form, *entry, number);
     return {known->candidates, static_cast<int32_t>(number), known->listed};
   }
-  auto place = unknown_.find(form);
-  if (place == unknown_.end()) {
+  const uint32_t hash = hash_bytes(form);
+  int unknown = unknown_.find(form, hash);
+  if (unknown < 0) {
     choose_unknown(std::string(form).c_str());
     shortlist_t choice{take_choice()};
     choice.listed = listed_of(choice, nullptr, tables_.extras.added.find(form));
-    const auto number = static_cast<int32_t>(shared_->entries() + unknown_.size());
     remembered_ += form.size() + choice.candidates.size() * sizeof(candidate_t) + 128;
-    place = unknown_.emplace(form, unknown_t{std::move(choice), number}).first;
+    choice_of_unknown_.resize(static_cast<size_t>(unknown_.size()) + 1);
+    choice_of_unknown_.back() = std::move(choice);
+    unknown = unknown_.add(form, hash);
   }
-  return {place->second.choice.candidates, place->second.number, place->second.choice.listed};
+  const shortlist_t& choice = choice_of_unknown_[static_cast<size_t>(unknown)];
+  return {choice.candidates, static_cast<int32_t>(shared_->entries()) + unknown, choice.listed};
 }
 
 const shortlist_t& Candidates::choose_entry(std::string_view form, const entry_t& entry, size_t number) {
@@ -128,7 +131,8 @@ uint16_t Candidates::listed_of(const shortlist_t& choice, const entrydata_t* dat
 
 bool Candidates::trim() {
   if (remembered_ <= Remembered_Bytes) return false;
-  unknown_.clear();
+  unknown_ = {};
+  choice_of_unknown_.clear();
   remembered_ = 0;
   return true;
 }

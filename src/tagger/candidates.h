@@ -19,10 +19,10 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "model/tables.h"
+#include "support/string_table.h"
 #include "tagger/decoder.h"
 #include "tagger/guesser.h"
 
@@ -89,17 +89,9 @@ class Candidates {
   bool trim();
 
  private:
-  struct string_hash_t {
-    using is_transparent = void;
-    size_t operator()(std::string_view text) const { return std::hash<std::string_view>{}(text); }
-  };
   static constexpr size_t Remembered_Bytes = 1 << 24;
 
   using readings_t = std::span<const AddedReadings::reading_t>;
-  struct unknown_t {
-    shortlist_t choice;
-    int32_t number;
-  };
 
   size_t number_of(const entry_t& entry) const {
     return static_cast<size_t>(tables_.fullex.lexicon.index_of(entry));
@@ -124,8 +116,9 @@ class Candidates {
   const options_t options_;
   const std::shared_ptr<SharedWords> shared_;
   Guesser guesser_;
-  std::unordered_map<std::string, unknown_t, string_hash_t, std::equal_to<>> unknown_;
-  size_t remembered_ = 0;  // bytes of unknown_, about
+  StringTable unknown_;                         // word forms that the lexicon does not have
+  std::vector<shortlist_t> choice_of_unknown_;  // by their number in unknown_
+  size_t remembered_ = 0;                       // bytes of the unknown, about
   TagWeights probability_;
   std::vector<int32_t> lemma_;  // by tag
 };

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -55,7 +55,7 @@ class LexiconFindings : public LexiconSink {
   const LineWatch& watch_;
   std::vector<repeated_word_t> repeated_words_;
   std::vector<std::pair<std::string, int64_t>> lemmas_with_blanks_;
-  std::unordered_map<std::string, int64_t> first_lines_;  // by tag
+  std::map<std::string, int64_t> first_lines_;  // by tag
 };
 
 class OpenClassFindings : public OpenClassSink {
