@@ -18,6 +18,7 @@ add_library(orvelle_training STATIC
   src/training/make_lexicon.cpp
   src/training/ngram_table.cpp
   src/training/open_classes.cpp
+  src/training/stretches.cpp
   src/training/train.cpp
   src/training/tree_func.cpp
 )

@@ -89,12 +89,12 @@ class StringIndex {
   // The first number with that hash, nearly always the one that find returns; -1 if there is none.
   int candidate(uint32_t hash) const {
     if (slots_.empty()) return -1;
-    for (size_t i = hash; i != hash + Longest_Probe; ++i) {
-      const slot_t& slot = slots_[i & mask_];
-      if (slot.number < 0) return -1;
-      if (slot.hash == hash) return slot.number;
+    const slot_t* slot = &slots_[hash & mask_];
+    for (size_t i = 1; slot->hash != hash && slot->number >= 0; ++i) {
+      if (i == Longest_Probe) return -1;
+      slot = &slots_[(hash + i) & mask_];
     }
-    return -1;
+    return slot->number;
   }
 
   size_t crowded() const { return crowded_.size(); }  // strings in the map

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: MIT
 // Tags wait in a window until there are some thousands of them; their n-grams are then counted in groups, so that the
-// memory that a group needs is on its way before it is looked at. Cost: a hash and a probe for each token.
+// memory that a group needs is on its way before it is looked at. Cost: a hash and a probe for each token; for long n-grams
+// see stretches.h.
 #include "training/ngram_table.h"
 
 #include <algorithm>
 #include <climits>
 
 #include "support/errors.h"
-#include "support/string_index.h"
+#include "training/stretches.h"
 
 namespace orvelle {
 
@@ -46,10 +47,10 @@ void NGramCounter::add_line(context_tag_t context, std::string_view line) {
   if (context.kind == context_tag_t::Empty_Line) return;
   if (context.kind != context_tag_t::Token) return fail_at(context, line);
   window_.push_back(static_cast<uint16_t>(context.tag));
-  if (window_.size() >= length_ + std::max(length_, window_size_)) count_window();
+  if (window_.size() >= length_ + window_size_) count_window();
   if (keeps_progress_ && line_no_ % Progress_Step == 0) {
     count_window();
-    progress_.emplace_back(line_no_, static_cast<long>(counts_.size()));
+    progress_.emplace_back(line_no_, static_cast<long>(is_stored() ? counts_.size() : window_.size()));
   }
 }
 
@@ -59,7 +60,7 @@ void NGramCounter::fail_at(context_tag_t context, std::string_view line) {
 }
 
 void NGramCounter::count_window() {
-  if (window_.size() < length_) return;
+  if (window_.size() < length_ || !is_stored()) return;
   const size_t ngrams = window_.size() - length_ + 1;
   for (size_t i = 0; i < ngrams; i += Group_Size)
     count_ngrams(window_.data() + i, std::min(Group_Size, ngrams - i));
@@ -67,58 +68,55 @@ void NGramCounter::count_window() {
 }
 
 void NGramCounter::count_ngrams(const uint16_t* first, size_t ngrams) {
-  make_room(counts_.size() + ngrams);
   uint32_t hashes[Group_Size];
+  for (size_t i = 0; i < ngrams; ++i) index_.prefetch(hashes[i] = hash_bytes(bytes(first + i)));
+  int likely[Group_Size];
   for (size_t i = 0; i < ngrams; ++i) {
-    hashes[i] = hash_of(first + i);
-    __builtin_prefetch(&slots_[hashes[i] & (slots_.size() - 1)]);
+    likely[i] = index_.candidate(hashes[i]);
+    if (likely[i] < 0) continue;
+    __builtin_prefetch(&counts_[static_cast<size_t>(likely[i])], 1);
+    __builtin_prefetch(tags(static_cast<size_t>(likely[i])));
   }
   for (size_t i = 0; i < ngrams; ++i) {
-    const uint32_t number = slots_[hashes[i] & (slots_.size() - 1)].number;
-    if (number == 0) continue;
-    __builtin_prefetch(&counts_[number - 1], 1);
-    __builtin_prefetch(tags(number - 1));
+    const auto number = static_cast<size_t>(likely[i]);
+    if (likely[i] >= 0 && std::equal(first + i, first + i + length_, tags_.data() + number * length_))
+      ++counts_[number];
+    else
+      count_other(first + i, hashes[i]);
   }
-  for (size_t i = 0; i < ngrams; ++i) count_ngram(first + i, hashes[i]);
 }
 
-void NGramCounter::count_ngram(const uint16_t* ngram, uint32_t hash) {
-  const size_t mask = slots_.size() - 1;
-  size_t i = hash & mask;
-  for (; slots_[i].number != 0; i = (i + 1) & mask) {
-    if (slots_[i].hash != hash) continue;
-    const size_t number = slots_[i].number - 1;
-    if (!std::equal(ngram, ngram + length_, tags(number))) continue;
-    ++counts_[number];
+// Counts an n-gram that is not the likely one, nearly always at its first sight.
+void NGramCounter::count_other(const uint16_t* ngram, uint32_t hash) {
+  const auto key_at = [this](int number) { return bytes(tags(static_cast<size_t>(number))); };
+  int number = index_.find(bytes(ngram), hash, key_at);
+  if (number < 0) {
+    number = static_cast<int>(counts_.size());
+    tags_.insert(tags_.end(), ngram, ngram + length_);
+    counts_.push_back(0);
+    index_.insert(bytes(ngram), hash, number);
+  }
+  ++counts_[static_cast<size_t>(number)];
+}
+
+void NGramCounter::count_stretches() {
+  if (window_.size() < length_) {
+    for (auto& [line, ngrams] : progress_) ngrams = 0;
     return;
   }
-  tags_.insert(tags_.end(), ngram, ngram + length_);
-  counts_.push_back(1);
-  slots_[i] = {hash, static_cast<uint32_t>(counts_.size())};
-}
-
-// Every tag passes through a multiplication and a fold: the sums and shifts of neighbouring tag numbers that a simpler
-// hash makes collide in masses from four tags on.
-uint32_t NGramCounter::hash_of(const uint16_t* ngram) const {
-  uint64_t hash = 0;
-  for (size_t i = 0; i < length_; ++i) {
-    hash = (hash ^ ngram[i]) * 0x9E3779B97F4A7C15;
-    hash ^= hash >> 32;
+  const std::vector<uint32_t> numbers = number_stretches(window_, length_);
+  auto told = progress_.begin();
+  for (size_t i = 0; i < numbers.size(); ++i) {
+    for (; told != progress_.end() && static_cast<size_t>(told->second) < i + length_; ++told)
+      told->second = static_cast<long>(counts_.size());
+    if (numbers[i] == counts_.size()) {
+      starts_.push_back(static_cast<uint32_t>(i));
+      counts_.push_back(0);
+    }
+    ++counts_[numbers[i]];
   }
-  return static_cast<uint32_t>(hash);
-}
-
-void NGramCounter::make_room(size_t ngrams) {
-  if (2 * ngrams <= slots_.size()) return;
-  std::vector<slot_t> old = std::move(slots_);
-  slots_.assign(std::max<size_t>(1024, 2 * old.size()), slot_t{});
-  const size_t mask = slots_.size() - 1;
-  for (const slot_t& slot : old) {
-    if (slot.number == 0) continue;
-    size_t i = slot.hash & mask;
-    while (slots_[i].number != 0) i = (i + 1) & mask;
-    slots_[i] = slot;
-  }
+  for (; told != progress_.end(); ++told) told->second = static_cast<long>(counts_.size());
+  tags_ = std::move(window_);
 }
 
 void NGramCounter::report(const Progress& progress) const {
@@ -139,21 +137,29 @@ void NGramCounter::report(const Progress& progress) const {
 NGramTable::NGramTable(NGramCounter counter, int number_of_tags, const Progress& progress)
     : length_(counter.length_) {
   if (length_ > INT_MAX) space_error();
-  counter.count_window();
+  if (counter.is_stored())
+    counter.count_window();
+  else
+    counter.count_stretches();
   counter.report(progress);
-  counter.slots_ = {};
+  counter.index_ = {};
   const size_t ngrams = counter.counts_.size();
   const auto predicted = [&](size_t i) { return counter.tags(i)[length_ - 1]; };
   std::vector<size_t> place(static_cast<size_t>(number_of_tags) + 1, 0);
   for (size_t i = 0; i < ngrams; ++i) ++place[predicted(i) + 1];
   for (size_t k = 0; k + 1 < place.size(); ++k) place[k + 1] += place[k];
-  tags_.resize(ngrams * length_);
   counts_.resize(ngrams);
+  tags_.resize(counter.is_stored() ? ngrams * length_ : 0);
+  starts_.resize(counter.starts_.size());
   for (size_t i = 0; i < ngrams; ++i) {
     const size_t to = place[predicted(i)]++;
-    std::copy_n(counter.tags(i), length_, tags_.begin() + static_cast<std::ptrdiff_t>(to * length_));
     counts_[to] = counter.counts_[i];
+    if (counter.is_stored())
+      std::copy_n(counter.tags(i), length_, tags_.begin() + static_cast<std::ptrdiff_t>(to * length_));
+    else
+      starts_[to] = counter.starts_[i];
   }
+  if (!counter.is_stored()) tags_ = std::move(counter.tags_);
 }
 
 }  // namespace orvelle

@@ -16,6 +16,7 @@
 
 #include "lexicon/tagset.h"
 #include "support/messages.h"
+#include "support/string_index.h"
 
 namespace orvelle {
 
@@ -53,29 +54,34 @@ class NGramCounter {
 
  private:
   friend class NGramTable;
-  struct slot_t {
-    uint32_t hash = 0;
-    uint32_t number = 0;  // of the n-gram, plus 1; 0: empty
-  };
 
-  const uint16_t* tags(size_t i) const { return tags_.data() + i * length_; }
+  // Longer n-grams are not stored one by one, which would take their length times the memory of the corpus.
+  static constexpr size_t Longest_Stored = 16;
+  bool is_stored() const { return length_ <= Longest_Stored; }
+
+  std::string_view bytes(const uint16_t* ngram) const {
+    return {reinterpret_cast<const char*>(ngram), length_ * sizeof *ngram};
+  }
+  const uint16_t* tags(size_t i) const { return tags_.data() + (is_stored() ? i * length_ : starts_[i]); }
   void fail_at(context_tag_t context, std::string_view line);
   void count_window();
   void count_ngrams(const uint16_t* first, size_t ngrams);
-  void count_ngram(const uint16_t* ngram, uint32_t hash);
-  uint32_t hash_of(const uint16_t* ngram) const;
-  void make_room(size_t ngrams);
+  void count_other(const uint16_t* ngram, uint32_t hash);
+  void count_stretches();
   void report(const Progress& progress) const;
 
   size_t length_;
   bool keeps_progress_;
   size_t window_size_;
-  std::vector<uint16_t> window_;  // the last length_ - 1 tags, and those that wait to be counted
-  std::vector<uint16_t> tags_;    // length_ tags an n-gram
+  // The last length_ - 1 tags, and those that wait to be counted; all tags of the corpus for n-grams that are not stored.
+  std::vector<uint16_t> window_;
+  std::vector<uint16_t> tags_;    // length_ tags an n-gram that is stored; else those of the corpus
+  std::vector<uint32_t> starts_;  // of n-grams that are not stored: where they first occur in tags_
   std::vector<uint32_t> counts_;  // parallel to the n-grams
-  std::vector<slot_t> slots_;     // open addressing, a power of two, at most half full
+  StringIndex index_;             // from an n-gram, as bytes, to its number
   int64_t line_no_ = 0;           // lines entered, empty ones included
-  std::vector<std::pair<long, long>> progress_;  // line number and distinct n-grams at every 1000th line
+  // Line number and distinct n-grams at every 1000th line; not stored ones: tags, until they are counted.
+  std::vector<std::pair<long, long>> progress_;
   bool failed_ = false;
   std::string failure_;  // the unknown tag; empty for a line without a tag
 };
@@ -90,12 +96,13 @@ class NGramTable {
   size_t size() const { return counts_.size(); }            // distinct n-grams
 
   // N-gram i, by ascending predicted tag, its oldest tag first, and how often it occurs.
-  const uint16_t* tags(size_t i) const { return tags_.data() + i * length_; }
+  const uint16_t* tags(size_t i) const { return tags_.data() + (starts_.empty() ? i * length_ : starts_[i]); }
   uint32_t count(size_t i) const { return counts_[i]; }
 
  private:
   size_t length_;
-  std::vector<uint16_t> tags_;    // length_ tags an n-gram
+  std::vector<uint16_t> tags_;    // length_ tags an n-gram, or those of the corpus
+  std::vector<uint32_t> starts_;  // where the n-grams lie in the corpus
   std::vector<uint32_t> counts_;  // parallel to the n-grams
 };
 

@@ -116,10 +116,18 @@ TEST(Counting, CountsTokensReadingsAndNgrams) {
   }
 }
 
-// So many n-grams that the table grows often and that some have the same hash; whatever number of tags waits.
+// So many n-grams that the table grows often and that some have the same hash; so long ones that they are not stored;
+// whatever number of tags waits.
 TEST(NGramTable, TellsNgramsApart) {
-  for (const auto& [context_size, tags, length, window] :
-       {std::tuple{1, 20000, 200000, 4096}, {3, 5, 5000, 1}, {2, 12, 5000, 7}, {9, 2, 3000, 4}}) {
+  for (const auto& [context_size, tags, length, window, rare] : {std::tuple{1, 20000, 200000, 4096, 1},
+                                                                 {3, 5, 5000, 1, 1},
+                                                                 {2, 12, 5000, 7, 1},
+                                                                 {9, 2, 3000, 4, 1},
+                                                                 {15, 2, 3000, 20, 9},
+                                                                 {16, 2, 3000, 20, 9},
+                                                                 {31, 3, 3000, 9, 50},
+                                                                 {62, 2, 500, 9, 100},
+                                                                 {39, 2, 39, 9, 1}}) {
     std::mt19937 random(5);
     NGramCounter counter(context_size, false, static_cast<size_t>(window));
     std::vector<uint64_t> corpus, expected;  // the tags, and the n-grams as numbers whose digits are the tags
@@ -128,7 +136,7 @@ TEST(NGramTable, TellsNgramsApart) {
                              [tags](uint64_t n, uint64_t tag) { return n * tags + tag; });
     };
     for (int i = 0; i < length; ++i) {
-      corpus.push_back(random() % static_cast<size_t>(tags));
+      corpus.push_back(random() % static_cast<size_t>(rare) == 0 ? random() % static_cast<size_t>(tags) : 0);
       counter.add_line({context_tag_t::Token, static_cast<int16_t>(corpus.back())}, "");
       if (i % 7 == 0) counter.add_line({context_tag_t::Empty_Line, -1}, "\n");
       if (i >= context_size) expected.push_back(as_number(corpus.end() - context_size - 1, corpus.end()));
@@ -146,6 +154,24 @@ TEST(NGramTable, TellsNgramsApart) {
     EXPECT_EQ(table.size(),
               static_cast<size_t>(std::unique(expected.begin(), expected.end()) - expected.begin()));
   }
+}
+
+// Long n-grams lie in the corpus: 10,000 of 10,000 tags would take 200 MB.
+TEST(NGramTable, LongNgramsShareTheirTags) {
+  constexpr int Longest = 9999, Tokens = 30000;
+  NGramCounter counter(Longest, true);
+  std::string told;
+  for (int i = 0; i < Tokens; ++i)
+    counter.add_line({context_tag_t::Token, static_cast<int16_t>(i % 15000 == 12000)}, "");
+  const NGramTable table(std::move(counter), 2, [&](std::string_view text) { told += text; });
+  ASSERT_EQ(table.size(), 10001u);
+  std::map<uint32_t, int> counts;
+  for (size_t i = 0; i < table.size(); ++i) ++counts[table.count(i)];
+  EXPECT_EQ(counts, (std::map<uint32_t, int>{{1, 7000}, {2, 3000}, {7001, 1}}));
+  const auto [first, last] = std::pair{table.tags(0), table.tags(table.size() - 2)};
+  EXPECT_LE(last - first, Tokens);
+  EXPECT_NE(told.find("\r9000\t0\r10000\t1\r11000\t1\r12000\t1\r13000\t1001"), told.npos) << told;
+  EXPECT_NE(told.find("\r30000\t10001\n"), told.npos) << told;
 }
 
 }  // namespace
