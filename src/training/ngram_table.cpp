@@ -14,8 +14,12 @@ namespace orvelle {
 
 namespace {
 
-constexpr size_t Group_Size = 32;     // n-grams whose memory is asked for together
-constexpr long Progress_Step = 1000;  // lines
+constexpr size_t Group_Size = 32;  // n-grams whose memory is asked for together
+
+bool is_same(const uint16_t* a, const uint16_t* b, size_t length) {
+  while (length > 0 && a[length - 1] == b[length - 1]) --length;
+  return length == 0;
+}
 
 bool ends_tag(char c) { return c == ' ' || c == '\t' || c == '\n'; }
 
@@ -41,17 +45,9 @@ context_tag_t context_tag(const Tagset& tagset, std::string_view line, std::stri
 NGramCounter::NGramCounter(int context_size, bool keeps_progress, size_t window)
     : length_(static_cast<size_t>(context_size) + 1), keeps_progress_(keeps_progress), window_size_(window) {}
 
-void NGramCounter::add_line(context_tag_t context, std::string_view line) {
-  if (failed_) return;
-  ++line_no_;
-  if (context.kind == context_tag_t::Empty_Line) return;
-  if (context.kind != context_tag_t::Token) return fail_at(context, line);
-  window_.push_back(static_cast<uint16_t>(context.tag));
-  if (window_.size() >= length_ + window_size_) count_window();
-  if (keeps_progress_ && line_no_ % Progress_Step == 0) {
-    count_window();
-    progress_.emplace_back(line_no_, static_cast<long>(is_stored() ? counts_.size() : window_.size()));
-  }
+void NGramCounter::tell_progress() {
+  count_window();
+  progress_.emplace_back(line_no_, static_cast<long>(is_stored() ? counts_.size() : window_.size()));
 }
 
 void NGramCounter::fail_at(context_tag_t context, std::string_view line) {
@@ -79,7 +75,7 @@ void NGramCounter::count_ngrams(const uint16_t* first, size_t ngrams) {
   }
   for (size_t i = 0; i < ngrams; ++i) {
     const auto number = static_cast<size_t>(likely[i]);
-    if (likely[i] >= 0 && std::equal(first + i, first + i + length_, tags_.data() + number * length_))
+    if (likely[i] >= 0 && is_same(first + i, tags_.data() + number * length_, length_))
       ++counts_[number];
     else
       count_other(first + i, hashes[i]);

@@ -50,10 +50,20 @@ class NGramCounter {
 
   // Enters the next line of the corpus, which `context` was made of. The first line without a known tag is kept as the
   // failure and ends the counting.
-  void add_line(context_tag_t context, std::string_view line);
+  void add_line(context_tag_t context, std::string_view line) {
+    if (failed_) return;
+    ++line_no_;
+    if (context.kind == context_tag_t::Empty_Line) return;
+    if (context.kind != context_tag_t::Token) return fail_at(context, line);
+    window_.push_back(static_cast<uint16_t>(context.tag));
+    if (window_.size() >= length_ + window_size_) count_window();
+    if (keeps_progress_ && line_no_ % Progress_Step == 0) tell_progress();
+  }
 
  private:
   friend class NGramTable;
+
+  static constexpr long Progress_Step = 1000;  // lines
 
   // Longer n-grams are not stored one by one, which would take their length times the memory of the corpus.
   static constexpr size_t Longest_Stored = 16;
@@ -63,6 +73,7 @@ class NGramCounter {
     return {reinterpret_cast<const char*>(ngram), length_ * sizeof *ngram};
   }
   const uint16_t* tags(size_t i) const { return tags_.data() + (is_stored() ? i * length_ : starts_[i]); }
+  void tell_progress();
   void fail_at(context_tag_t context, std::string_view line);
   void count_window();
   void count_ngrams(const uint16_t* first, size_t ngrams);
