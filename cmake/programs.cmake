@@ -66,6 +66,7 @@ add_library(orvelle_commands STATIC EXCLUDE_FROM_ALL
   src/commands/train_command.cpp
   src/commands/train_command_line.cpp
   src/commands/train_request.cpp
+  src/commands/train_input.cpp
   src/commands/training_data.cpp
   src/commands/training_set.cpp
   src/commands/training_texts.cpp

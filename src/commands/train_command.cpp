@@ -7,9 +7,6 @@
 //   model        trained; with lemma rules, the treebank's own tags for sentence ends, and a card (model_file.h)
 //   measured     on the dev file, or on a tenth that a training without it has not seen
 #include <algorithm>
-#include <filesystem>
-#include <map>
-#include <optional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,9 +17,7 @@
 #include "commands/learn_second_look.h"
 #include "commands/search.h"
 #include "commands/tagger_options.h"
-#include "commands/train_request.h"
-#include "commands/training_set.h"
-#include "commands/treebank_options.h"
+#include "commands/train_input.h"
 #include "model/model_file.h"
 #include "model/parameter_file.h"
 #include "model/tables.h"
@@ -58,8 +53,6 @@ constexpr char Help[] =
 constexpr option_t Options[] = {{"dev", "FILE"},    {"lexicon", "FILE"},        {"open-classes", "FILE"},
                                 {"corpus", "FILE"}, {"settings", "OPTIONS"},    {"tune", nullptr},
                                 {"jobs", "N"},      {"no-second-look", nullptr}};
-
-constexpr size_t Least_Sentences = 20;  // from which on a tenth of them can tell something
 
 // ---- training and measuring
 
@@ -114,72 +107,29 @@ class Trainer {
       : line_(line),
         request_(request),
         remarks_(remarks),
-        options_(treebank_options(line)),
-        treebank_(options_, remarks),
         file_(request.model),
         out_("-"),
-        settings_(request.settings) {
-    if (!request.has_settings && !line.has("no-second-look")) settings_.Context_Size = 1;
-    if (!line.has("corpus")) settings_.SENT_TAG = options_.sentence_tag;
-  }
+        input_(line, request, remarks, out_),
+        settings_(input_.settings()) {}
 
   // The exit status.
   int run() {
-    if (line_.has("corpus"))
-      read_files();
-    else
-      read_treebanks();
-    if (line_.has("dev"))
-      read_dev();
-    else if (!line_.has("corpus"))
-      hold_tenth_out();
     write(train_best());
     if (has_failed_trials_) remarks_.say("trainings of the search failed: there may be better settings");
     return has_failed_trials_ ? 1 : 0;
   }
 
  private:
-  // What the model, or one of its own that has not seen them, is measured on.
-  struct measured_sentences_t {
-    const Treebank& treebank;
-    sentences_t sentences;
-    std::string name;
-    std::optional<training_set_t> others;  // of the same treebank
-  };
   struct trained_t {
     Model model;
     evaluation_t result;
   };
 
-  void read_dev() {
-    treebank_options_t options = options_;
-    options.without_tag = treebank_options_t::Skip;
-    Treebank& dev = dev_.emplace(options, remarks_);
-    read(dev, line_.value("dev", nullptr));
-    dev.close_remarks();
-    const input_t& input = inputs_.back();
-    const sentences_t sentences = split(dev, 0.0).training;
-    if (dev.refused > 0 || sentences.empty()) stop(input.name + " can't be measured on");
-    if (std::ranges::count(inputs_, input.digest, &input_t::digest) > 1)
-      remarks_.say(input.name + " was trained on as well: what it tells is not what new text would");
-    if (line_.has("corpus") && dev.has_universal_tags) set_.columns = columns_of(dev, sentences, options);
-    measured_.emplace(measured_sentences_t{dev, sentences, file_name(input.name), {}});
-  }
-
-  // The second look learns them last, so that it can be measured before.
-  void hold_tenth_out() {
-    const size_t count = all_.size();
-    const parts_t parts = split_by(treebank_, [count](size_t i) { return is_learned_last(i, count); });
-    if (count < Least_Sentences || !can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
-      return;
-    measured_.emplace(
-        measured_sentences_t{treebank_, parts.test, "a tenth that was held out", make_set(parts.training)});
-  }
-
   // Trains with the settings that were told, or with --tune with the better ones of these and those of a search.
   // The search knows the first pass alone; what it finds must be better with the second look as well.
   Model train_best() {
-    const Settings usual = settings_, found = line_.has("tune") && measured_ ? search_settings() : usual;
+    const auto& measured = input_.measured();
+    const Settings usual = settings_, found = line_.has("tune") && measured ? search_settings() : usual;
     trained_t best = train();
     if (found != usual) {
       settings_ = found;
@@ -191,59 +141,16 @@ class Trainer {
       else
         settings_ = usual;
     }
-    if (measured_) {
-      accuracy_ = summary(best.result) + " on " + measured_->name;
+    if (measured) {
+      accuracy_ = summary(best.result) + " on " + measured->name;
       out_.print("right: %s\n", accuracy_.c_str());
     }
     return std::move(best.model);
   }
 
-  training_set_t make_set(const sentences_t& sentences) {
-    return make_training_set(line_, treebank_, sentences, options_);
-  }
-
-  void read(Treebank& treebank, const char* name) {
-    const uint64_t digest = treebank.read(name);
-    inputs_.push_back({name, digest});
-  }
-
-  void read_treebanks() {
-    for (const char* name : request_.treebanks) read(treebank_, name);
-    for (const char* name : line_.values("lexicon")) inputs_.push_back({name, treebank_.read_lexicon(name)});
-    treebank_.close_remarks();
-    added_ = std::exchange(treebank_.entries, {});
-    all_ = split(treebank_, 0.0).training;
-    settings_.UTF8_Processing = treebank_.encoding() != encoding_t::Other;
-    if (!settings_.UTF8_Processing)
-      remarks_.say("not all of the text is UTF-8: it is taken for single bytes");
-    if (!treebank_.tokens.empty() && !can_be_trained_on(treebank_, all_, options_.sentence_tag))
-      take_final_tag();
-    set_ = make_set(all_);
-    if (set_.texts.open_classes.text.empty())
-      remarks_.say("no open classes: nothing will be learnt about unknown words (see --open)");
-    out_.print("%s in %s\n", counted(static_cast<int64_t>(treebank_.tokens.size()), "word").c_str(),
-               counted(static_cast<int64_t>(treebank_.sentence_ends.size()), "sentence").c_str());
-    out_.flush();
-  }
-
-  void read_files() {
-    const char* const lexicon = line_.value("lexicon", nullptr);
-    set_.texts = {read_whole(lexicon), read_whole(line_.value("open-classes", nullptr)),
-                  read_whole(line_.value("corpus", nullptr))};
-    for (const training_text_t* text : {&set_.texts.lexicon, &set_.texts.open_classes, &set_.texts.corpus}) {
-      Checksum checksum;
-      checksum.add(text->text);
-      inputs_.push_back({text->name, checksum.value()});
-    }
-    if (const auto column = tag_column(line_))
-      set_.columns.column = Tag_Column_Names[static_cast<int>(*column)];
-    if (!request_.has_settings)
-      settings_.UTF8_Processing = encoding_of(set_.texts.lexicon.text) == encoding_t::Utf8;
-  }
-
   Settings search_settings() {
-    const auto& [treebank, sentences, name, others] = *measured_;
-    const training_texts_t& texts = others ? others->texts : set_.texts;
+    const auto& [treebank, sentences, name, others] = *input_.measured();
+    const training_texts_t& texts = others ? others->texts : input_.set().texts;
     const size_t jobs = jobs_option(line_, std::clamp<int64_t>(std::thread::hardware_concurrency(), 1, 64));
     const Folds folds(texts, settings_.SENT_TAG, {"", corpus_text(treebank, sentences, "\n")});
     out_.put("\n");
@@ -257,24 +164,12 @@ class Trainer {
     return found;
   }
 
-  // In a treebank without marks at sentence ends the tag that most sentences end in has to do.
-  void take_final_tag() {
-    std::map<int, int> counts;
-    for (const size_t end : treebank_.sentence_ends) ++counts[treebank_.tokens[end - 1].tag];
-    const auto best = std::ranges::max_element(counts, {}, [](const auto& count) { return count.second; });
-    options_.sentence_tag = treebank_.strings.text(best->first);
-    settings_.SENT_TAG = options_.sentence_tag;
-    remarks_.say(
-        std::string("no token ends sentences (see --sentence-end): their tag is that of most last words, ") +
-        options_.sentence_tag);
-  }
-
   // Readings from outside are not for the training, which would take them for what the treebank has; nor for the folds of
   // the second look, where they cost as much as they bring.
   void add_readings(Model& model) {
-    const auto text = [this](int number) { return treebank_.strings.text(number); };
+    const auto text = [this](int number) { return input_.treebank().strings.text(number); };
     int64_t left_out = 0;
-    for (const token_t& reading : added_) {
+    for (const token_t& reading : input_.added()) {
       const int tag = model.find_tag(text(reading.tag));
       if (tag >= 0)
         model.add_reading(text(reading.form), tag, text(reading.lemma));
@@ -290,7 +185,7 @@ class Trainer {
     try {
       return orvelle::train(texts.inputs(), settings_, {}, {});
     } catch (const Error& failure) {
-      if (!line_.has("corpus")) throw;
+      if (!input_.is_of_files()) throw;
       // The trainer does not say which of the three files it speaks of.
       std::string check = "orvelle check";
       for (const char* file : {"lexicon", "open-classes", "corpus"})
@@ -307,23 +202,24 @@ class Trainer {
 
   trained_t train() {
     ProgressLine progress(remarks_, "training");
-    Model model = train_first_pass(set_);
+    const auto& measured = input_.measured();
+    Model model = train_first_pass(input_.set());
     learned_second_look_t learned = learn(have_parts(model));
     evaluation_t result;
-    if (measured_ && measured_->others) {
-      Model others = train_first_pass(*measured_->others);
+    if (measured && measured->others) {
+      Model others = train_first_pass(*measured->others);
       ModelAccess::tables(others).extras.weights = std::move(learned.without_last);
-      result = measure(others, measured_->treebank, measured_->sentences);
+      result = measure(others, measured->treebank, measured->sentences);
     }
     ModelAccess::tables(model).extras.weights = std::move(learned.weights);
-    if (measured_ && !measured_->others) result = measure(model, measured_->treebank, measured_->sentences);
+    if (measured && !measured->others) result = measure(model, measured->treebank, measured->sentences);
     return {std::move(model), std::move(result)};
   }
 
   learned_second_look_t learn(bool splits_tags) {
     if (line_.has("no-second-look")) return {};
     try {
-      return line_.has("corpus") ? learn_from_files(splits_tags) : learn_from_treebanks(splits_tags);
+      return input_.is_of_files() ? learn_from_files(splits_tags) : learn_from_treebanks(splits_tags);
     } catch (const Failure& failure) {
       remarks_.say(std::string("no second look: ") + failure.what());
     } catch (const Error& failure) {
@@ -333,44 +229,32 @@ class Trainer {
   }
 
   learned_second_look_t learn_from_files(bool splits_tags) const {
-    const Folds folds(set_.texts, settings_.SENT_TAG, Second_Look_Folds, Folds::Dealing::Blocks);
+    const Folds folds(input_.set().texts, settings_.SENT_TAG, Second_Look_Folds, Folds::Dealing::Blocks);
     return learn_second_look(folds.tokens(), splits_tags, settings_,
                              [&](size_t fold) { return folds.unseen_fold(fold); });
   }
 
   learned_second_look_t learn_from_treebanks(bool splits_tags) {
-    const size_t count = all_.size();
-    const auto make_fold = [&](size_t fold) {
-      const parts_t parts = split_by(treebank_, [&](size_t i) { return second_look_fold(i, count) == fold; });
-      if (!can_be_trained_on(treebank_, parts.training, options_.sentence_tag))
-        stop("too few sentences end in a token of --sentence-end");
-      unseen_fold_t unseen{make_set(parts.training).texts, {}, {}};
-      for (size_t i = 0; i < count; ++i)
-        if (second_look_fold(i, count) == fold) unseen.of(i, count).push_back(gold_of(treebank_, all_[i]));
-      return unseen;
-    };
-    return learn_second_look(treebank_.tokens.size(), splits_tags, settings_, make_fold);
-  }
-
-  static std::string file_name(const std::string& path) {
-    return escaped(std::filesystem::path(path).filename().string());
+    return learn_second_look(input_.treebank().tokens.size(), splits_tags, settings_,
+                             [&](size_t fold) { return input_.unseen_fold(fold); });
   }
 
   void write(Model model) {
     Tables& tables = ModelAccess::tables(model);
     std::vector<card_line_t>& card = tables.extras.card;
     card.insert(card.begin(), {"made by", "orvelle " ORVELLE_VERSION});
-    if (!set_.columns.column.empty()) card.push_back({"column", set_.columns.column});
+    if (const std::string& column = input_.set().columns.column; !column.empty())
+      card.push_back({"column", column});
     card.push_back({"sentence tag", settings_.SENT_TAG});
-    if (!treebank_.tokens.empty()) {
-      card.push_back({"words", std::to_string(treebank_.tokens.size())});
-      card.push_back({"sentences", std::to_string(treebank_.sentence_ends.size())});
+    if (const Treebank& treebank = input_.treebank(); !treebank.tokens.empty()) {
+      card.push_back({"words", std::to_string(treebank.tokens.size())});
+      card.push_back({"sentences", std::to_string(treebank.sentence_ends.size())});
     }
     card.push_back({"word forms", std::to_string(model.Fullform_Lexicon_Size())});
     card.push_back({"tags", std::to_string(model.Number_of_Tags())});
-    for (const auto& [name, digest] : inputs_)
+    for (const TrainInput::file_t& file : input_.files())
       card.push_back(
-          {"input", file_name(name) + formatted(" %016llx", static_cast<unsigned long long>(digest))});
+          {"input", file.name() + formatted(" %016llx", static_cast<unsigned long long>(file.digest))});
     if (!accuracy_.empty()) card.push_back({"right", accuracy_});
 
     write_model_file(file_.stream(), tables.extras.sections(),
@@ -384,27 +268,15 @@ class Trainer {
     out_.close();
   }
 
-  struct input_t {
-    std::string name;
-    uint64_t digest;
-  };
-
   const CommandLine& line_;
   const train_request_t& request_;
   Remarks& remarks_;
-  treebank_options_t options_;
-  Treebank treebank_;
-  sentences_t all_;  // of the treebank
-  std::optional<Treebank> dev_;
-  std::optional<measured_sentences_t> measured_;
-  std::vector<token_t> added_;  // readings of --lexicon
-  bool has_told_of_added_ = false;
   NewFile file_;  // the model; made before the work, so that what is in its way is told before
   TextOutput out_;
+  TrainInput input_;
   Settings settings_;
-  training_set_t set_;
-  std::vector<input_t> inputs_;
   std::string accuracy_;
+  bool has_told_of_added_ = false;
   bool has_failed_trials_ = false;
 };
 
