@@ -87,7 +87,7 @@ double Model::tag_probability(const context_leaf_t& leaf, int32_t tag) noexcept 
 }
 
 void Model::read_wordclass(FILE* file, const Warn& warn) {
-  WordClasses made(Automaton(file), tables_->fullex.lexicon, Number_of_Tags(), warn);
+  WordClasses made(Automaton(file), tables_->fullex.lexicon, warn);
   tables_->word_classes = std::move(made);
 }
 

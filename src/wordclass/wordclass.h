@@ -6,6 +6,8 @@
 #include <orvelle/error.h>
 #include <orvelle/tables.h>
 
+#include <deque>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -18,9 +20,8 @@ class WordClasses {
  public:
   // Sums the lexicon up into the automaton's word classes: the tags of a class are those that have more than a
   // hundredth of the probability of its most probable tag. Each class without any gets a warning; more than a
-  // thousand in a row get one together. An automaton without a class is an Error. Requires: tag numbers below
-  // `number_of_tags`.
-  WordClasses(Automaton automaton, const Lexicon& lexicon, int number_of_tags, const Warn& warn);
+  // thousand in a row get one together. An automaton without a class is an Error.
+  WordClasses(Automaton automaton, const Lexicon& lexicon, const Warn& warn);
 
   // The slot of a word form's class; null if that has no entry.
   const entry_t* lookup(std::string_view word) const;
@@ -33,9 +34,16 @@ class WordClasses {
   SparseTable<entry_t> Wordclass_Lexicon;
 
  private:
-  entrydata_t make_record(const std::vector<double>& row);
+  // Of the probabilities of a tag in a class.
+  struct sum_t {
+    int word_class;
+    int32_t tag;
+    double prob;
+  };
+  static std::vector<sum_t> sum_up_lexicon(const Automaton& automaton, const Lexicon& lexicon);
+  entrydata_t make_record(std::span<const sum_t> row);
 
-  std::vector<entrydata_t> records_;  // what the slots point to
+  std::deque<entrydata_t> records_;  // what the slots point to
   BlockArena<int32_t> numbers_;
   BlockArena<float> probs_;
 };

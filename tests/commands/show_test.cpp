@@ -107,6 +107,24 @@ TEST_F(ShowTest, ShowsAFileWhole) {
       << word;
 }
 
+// Each line of a chain would be longer than the one before.
+TEST_F(ShowTest, DeepTreesAreNotIndentedWithoutEnd) {
+  constexpr int Depth = 5000;
+  sample_file_t file;
+  file.context_size = Depth;
+  file.nodes.clear();
+  for (int i = 0; i < Depth; ++i) file.nodes += raw(0, Depth - 1 - i, 1);
+  for (int i = 0; i <= Depth; ++i) file.nodes += raw(1, 0, static_cast<uint32_t>(i));
+  dir_.write("deep", file.bytes());
+  const std::string tree = orvelle("show --tree deep").out;
+  EXPECT_LT(tree.size(), size_t{150} * 2 * Depth);
+  const std::string spaces(80, ' ');
+  EXPECT_NE(tree.find("\n" + spaces + "if tag -41 is NN\n" + spaces + "[41 yes] if tag -42 is NN\n"),
+            tree.npos);
+  EXPECT_NE(tree.find("\n" + spaces + "[5000 yes] 0:\n" + spaces + "[4999 yes] else: 1:\n"), tree.npos);
+  EXPECT_TRUE(tree.ends_with("\n    else: 4998:\n  else: 4999:\nelse: 5000:\n"));
+}
+
 TEST_F(ShowTest, RefusesWhatItCannotShow) {
   dir_.write("cut", read_file(dir_.path("par")).substr(0, 200));
   dir_.write("empty", "");

@@ -89,4 +89,10 @@ std::string test_text(const Model& model, const context_node_t& node) {
   return joined({"tag -", std::to_string(distance), " is ", tag_text(model, node.tag)});
 }
 
+std::string indentation(int32_t yeses) {
+  constexpr int32_t Deepest_Indented = 40;
+  const std::string text(2 * static_cast<size_t>(std::min(yeses, Deepest_Indented)), ' ');
+  return yeses > Deepest_Indented ? text + formatted("[%d yes] ", yeses) : text;
+}
+
 }  // namespace orvelle

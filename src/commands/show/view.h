@@ -98,6 +98,10 @@ void walk_tree(const context_tree_t& tree, int32_t depth, Action action) {
   }
 }
 
+// What a line begins with below so many tests that were answered yes. Deep lines tell that number instead of being indented
+// further: a tree that is one long chain would take the square of its length.
+std::string indentation(int32_t yeses);
+
 // `put_leaf` writes what a leaf says, up to its line end.
 template <class PutLeaf>
 void put_tree(TextOutput& out, const Model& model, int32_t depth, PutLeaf put_leaf) {
@@ -106,7 +110,7 @@ void put_tree(TextOutput& out, const Model& model, int32_t depth, PutLeaf put_le
     const context_node_t& node = tree.nodes[visit.node];
     const bool is_no = visit.parent >= 0 && visit.node != visit.parent + 1;
     const bool shows_test = !is_leaf(node) && visit.depth != depth;
-    out.put(std::string(2 * static_cast<size_t>(visit.yeses), ' '));
+    out.put(indentation(visit.yeses));
     if (is_no) out.put(shows_test ? "else " : "else: ");
     if (shows_test)
       out.put(joined({"if ", test_text(model, node)}));
