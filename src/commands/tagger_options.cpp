@@ -47,7 +47,7 @@ std::string fault_of_transducer(const Error& failure) {
 
 // What is wrong with a model file, for a reader who does not know its inside.
 std::string fault_of_model(const Error& failure) {
-  const std::string message = message_of(failure);
+  std::string message = message_of(failure);
   if (message == "Can't read from input file" || message == "while reading string from binary file")
     return "it is cut short, or no model";
   if (message.starts_with("Can't read from input file")) return "it can't be read";

@@ -150,19 +150,16 @@ TextOutput::TextOutput(const char* name) : name_(shown_name(name, "standard outp
 
 void TextOutput::print(const char* format, ...) {
   char text[512];
-  va_list arguments, again;
+  va_list arguments;
   va_start(arguments, format);
-  va_copy(again, arguments);
   const int size = std::vsnprintf(text, sizeof text, format, arguments);
   va_end(arguments);
-  if (size < static_cast<int>(sizeof text)) {
-    put({text, static_cast<size_t>(size)});
-  } else {
-    std::string longer(static_cast<size_t>(size), '\0');
-    std::vsnprintf(longer.data(), longer.size() + 1, format, again);
-    put(longer);
-  }
-  va_end(again);
+  if (size < static_cast<int>(sizeof text)) return put({text, static_cast<size_t>(size)});
+  std::string longer(static_cast<size_t>(size), '\0');
+  va_start(arguments, format);
+  std::vsnprintf(longer.data(), longer.size() + 1, format, arguments);
+  va_end(arguments);
+  put(longer);
 }
 
 void TextOutput::flush() {

@@ -156,7 +156,7 @@ class Trainer {
     out_.put("\n");
     Search search(folds, {jobs, !line_.has("no-second-look")}, out_, remarks_);
     // A model file chooses by word.
-    const Settings found = search.run({settings_, tagger_options_t::Choice::Word}).choice.settings;
+    Settings found = search.run({settings_, tagger_options_t::Choice::Word}).choice.settings;
     has_failed_trials_ = search.tell_failures();
     if (search.was_stopped()) out_.put("stopped; going on with the best so far\n");
     out_.put("\n");

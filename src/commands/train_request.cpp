@@ -35,6 +35,7 @@ Settings parse_settings(const char* text) {
   if (std::ranges::find(words, "-st") != words.end()) misuse("--sentence-tag stands for -st");
   words.insert(words.end(), 4, "file");
   std::vector<char*> arguments;
+  arguments.reserve(words.size());
   for (std::string& word : words) arguments.push_back(word.data());
   try {
     return parse_command_line(static_cast<int>(arguments.size()), arguments.data()).settings;

@@ -3,6 +3,7 @@
 
 #include <orvelle/word_forms.h>
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -40,6 +41,7 @@ const entry_t* Lexicon::fullform_lookup(std::string_view word) const {
 }
 
 void Lexicon::find_entries(std::span<const std::string_view> words, const entry_t** entries) const {
+  if (Fullform_Lexicon == nullptr) return void(std::fill_n(entries, words.size(), nullptr));
   std::array<uint32_t, Max_Words_At_Once> hashes;
   for (size_t i = 0; i < words.size(); ++i) index_.prefetch(hashes[i] = hash_bytes(words[i]));
   for (size_t i = 0; i < words.size(); ++i) {

@@ -21,7 +21,7 @@ std::vector<card_line_t> card_of(std::string_view text) {
 
 std::string text_of(const std::vector<card_line_t>& card) {
   std::string text;
-  for (const auto& [key, value] : card) text += key + '\t' + value + '\n';
+  for (const auto& [key, value] : card) ((text += key) += '\t') += value + '\n';
   return text;
 }
 

@@ -104,7 +104,8 @@ const LemmaRules::rule_t* LemmaRules::find_rule(std::string_view ending, int tag
 }
 
 std::string LemmaRules::lemma(const char* form, int tag, bool utf8) const {
-  const std::string whole = form, small = all_to_lower(form, utf8, {});
+  std::string whole = form;
+  const std::string small = all_to_lower(form, utf8, {});
   std::string lemma = small;
   bool is_known = false;
   for_each_ending(small, utf8, [&](std::string_view ending) {

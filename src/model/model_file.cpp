@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "model/model_file.h"
 
+#include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "support/binary_input.h"
 #include "support/binary_output.h"
@@ -26,9 +28,10 @@ std::vector<section_t> read_sections(BinaryInput& in) {
   if (count > Most_Sections) bad_model_file("number of sections");
   std::vector<section_t> sections;
   for (uint32_t i = 0; i < count; ++i) {
-    const std::string name = in.text(Name_Size);
+    std::string name = in.text(Name_Size);
+    name.resize(std::min(name.size(), name.find('\0')));
     const auto size = in.value<uint64_t>();
-    sections.push_back({name.c_str(), in.text(size)});
+    sections.push_back({std::move(name), in.text(size)});
   }
   return sections;
 }

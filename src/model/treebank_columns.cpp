@@ -32,7 +32,7 @@ treebank_columns_t::treebank_columns_t(std::string_view text) {
 std::string treebank_columns_t::text() const {
   std::string text = column + '\n';
   if (!sentence_tag.empty()) text += '\t' + sentence_tag + '\n';
-  for (const auto& [form, tag] : by_form) text += form + '\t' + tag + '\n';
+  for (const auto& [form, tag] : by_form) ((text += form) += '\t') += tag + '\n';
   return text;
 }
 

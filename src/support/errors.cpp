@@ -53,7 +53,7 @@ std::string message_of(const Error& failure) {
   drop("ERROR: ");
   drop("Error: ");
   text = text.substr(0, text.find("\naborted."));
-  return std::string(text.substr(0, text.find_last_not_of("\n") + 1));
+  return std::string(text.substr(0, text.find_last_not_of('\n') + 1));
 }
 
 void warn_on_standard_error(std::string_view text) { write_stream(text.data(), text.size(), stderr); }

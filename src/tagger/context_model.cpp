@@ -11,7 +11,7 @@ ContextModel::ContextModel(const context_tree_t& tree, const std::vector<double>
     : tree_(tree), number_of_tags_(static_cast<int>(tag_factors.size())) {
   for (const context_node_t& node : tree.nodes)
     if (node.no != 0) order_ = std::max(order_, tree.Context_Size - node.context_pos);
-  const auto width = static_cast<size_t>(std::min(order_, Most_Remembered) + 1);
+  const auto width = static_cast<size_t>(std::min(order_, Most_Remembered)) + 1;
   const size_t slots = std::bit_floor(Memo_Size / width);
   shift_ = 64 - std::countr_zero(slots);
   slots_.assign(std::max(slots, order_ == 1 ? tag_factors.size() : 0) * width, -1);

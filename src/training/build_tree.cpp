@@ -108,7 +108,7 @@ class AffixTreeGrower {
     uint32_t start = 0;
     for (const group_t& group : partition(words, depth)) {
       auto child = std::make_unique<node_1>();
-      child->symbol = static_cast<int8_t>(group.byte);
+      child->symbol = static_cast<int16_t>(group.byte < 128 ? group.byte : group.byte - 256);
       grow_node(*child, words.subspan(start, group.size), depth + 1);
       node.children.push_back(std::move(child));
       start += group.size;
@@ -184,7 +184,7 @@ class AffixTreeGrower {
 };
 
 // Five bytes as one number, the byte at `first` lowest; `step` is 1 forwards, -1 backwards.
-uint64_t pack_affix(const char* first, int step) {
+uint64_t pack_affix(const char* first, std::ptrdiff_t step) {
   uint64_t packed = 0;
   for (int i = 0; i < Max_Affix_Length; ++i)
     packed |= uint64_t{static_cast<uint8_t>(first[i * step])} << (8 * i);

@@ -58,7 +58,7 @@ class LemmaLearner {
   struct sight_t {
     int32_t tag;
     int ending, edit;  // strings by number
-    auto operator<=>(const sight_t&) const = default;
+    auto parts() const { return std::tie(tag, ending, edit); }
   };
 
   // The edit as "cut TAB suffix", by its number.
@@ -92,7 +92,7 @@ class LemmaLearner {
 
   // The most frequent edit of each tag and ending; of several the first that was met.
   std::vector<LemmaRules::rule_t> all_rules() {
-    std::sort(sights_.begin(), sights_.end());
+    std::ranges::sort(sights_, {}, &sight_t::parts);
     std::vector<LemmaRules::rule_t> rules;
     for (size_t i = 0; i < sights_.size();) {
       const sight_t first = sights_[i];
@@ -101,7 +101,7 @@ class LemmaLearner {
       while (i < sights_.size() &&
              std::tie(sights_[i].tag, sights_[i].ending) == std::tie(first.tag, first.ending)) {
         const size_t start = i;
-        while (i < sights_.size() && sights_[i] == sights_[start]) ++i;
+        while (i < sights_.size() && sights_[i].parts() == sights_[start].parts()) ++i;
         if (i - start > most) most = i - start, best = sights_[start].edit;
       }
       rules.push_back(rule_of(first.tag, first.ending, best));

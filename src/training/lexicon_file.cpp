@@ -221,6 +221,7 @@ class LexiconWriter {
 
   void insert_number_entry(int tags, int lemma) {
     std::vector<pair_t> pairs;
+    pairs.reserve(static_cast<size_t>(tags));
     for (int tag = 0; tag < tags; ++tag) pairs.push_back({tag, lemma});
     insert_word("", pairs.data(), pairs.data() + pairs.size());
   }

@@ -64,6 +64,7 @@ std::vector<double> tag_factors(const std::vector<int32_t>& Tag_Freq) {
   int32_t tokens = 0;
   for (const int32_t freq : Tag_Freq) tokens += freq;
   std::vector<double> factors;
+  factors.reserve(Tag_Freq.size());
   for (const int32_t freq : Tag_Freq) factors.push_back(static_cast<double>(tokens) / (freq + 0.5));
   return factors;
 }

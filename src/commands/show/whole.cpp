@@ -115,14 +115,14 @@ void put_lexicon(TextOutput& out, const Model& model) {
 void show_summary(TextOutput& out, const Model& model) {
   constexpr int64_t Header = 8;
   const int64_t lexicon = lexicon_bytes(model), affixes = affix_bytes(model),
-                context = context_bytes(ModelAccess::tables(model).Context_Tree);
+                context = context_bytes(ModelAccess::tables(model).Context_Tree),
+                all = Header + lexicon + affixes + context;
   out.print("word forms     %s\n", model.UTF8_Processing() ? "UTF-8" : "single bytes");
   put_lexicon_summary(out, model);
   put_tree_summaries(out, model);
   out.print("bytes          %lld: header %lld, lexicon %lld, affixes %lld, decision tree %lld\n",
-            static_cast<long long>(Header + lexicon + affixes + context), static_cast<long long>(Header),
-            static_cast<long long>(lexicon), static_cast<long long>(affixes),
-            static_cast<long long>(context));
+            static_cast<long long>(all), static_cast<long long>(Header), static_cast<long long>(lexicon),
+            static_cast<long long>(affixes), static_cast<long long>(context));
 }
 
 void show_all(TextOutput& out, const Model& model) {
