@@ -20,14 +20,17 @@ Nothing = "orvelle --version"
 Three = "lexicon open-classes corpus"
 Train = f"train-orvelle -quiet -st T0 {Three} result"
 Check = f"orvelle check --sentence-tag T0 {Three}"
+Prepare = "orvelle prepare --force --into {folder} treebank.conllu"
 Tag = "orvelle tag model words"
-Files = {*Three.split(), "result", "model", "words", "transducer", "treebank.conllu"}
+Files = {*Three.split(), "result", "model", "words", "gold", "transducer", "treebank.conllu"}
 
 # What it is, its maker, n, and commands.
+# fmt: off
 Inputs = [
     ("text, n words", inputs.text, 100_000, [Train, Tag]),
-    ("treebank, n words", inputs.sentences, 30_000, ["orvelle train treebank.conllu result"]),
+    ("treebank, n words", inputs.sentences, 30_000, ["orvelle train treebank.conllu result", Prepare]),
     ("n forms in random order", inputs.shuffled_forms, 100_000, [Train, Check, "orvelle show model"]),
+    ("n forms in order", inputs.sorted_forms, 100_000, [Train]),
     ("n forms of one hash", inputs.forms_of_one_hash, 10_000, [Train, Check, "orvelle show model"]),
     ("n rare forms with one end", inputs.same_ends, 10_000, [Tag]),
     ("n tags once each", inputs.once, 5_000, [Train]),
@@ -38,14 +41,17 @@ Inputs = [
     ("n tags of context, a period", inputs.period, 4_000, [Train + " -cl {n}", Train + " -cl {n} -dtg -1"]),
     ("a word of n bytes", inputs.long_word, 1_000_000, [Tag]),
     ("a sentence of n words", inputs.long_sentence, 100_000, [Tag]),
-    ("a chain of n tests", inputs.chain, 4_000, ["orvelle show --tree model", "orvelle show --all model", Tag]),
+    ("n sentences of a word", inputs.short_sentences, 100_000, [Tag]),
+    ("a chain of n tests", inputs.chain, 4_000, ["orvelle show --tree model", "orvelle show --all model", Tag,
+                                                  "orvelle evaluate model gold"]),
     ("n word classes and tags", inputs.word_classes, 4_000, ["orvelle tag --wordclass transducer model words"]),
 ]
+# fmt: on
 
 
 def parse(command, folder, n):
     """The words of a command, and its files."""
-    words = command.format(n=n).split()
+    words = command.format(n=n, folder=folder).split()
     files = {word: folder / word for word in words if word in Files}
     return [Programs / words[0], *(files.get(word, word) for word in words[1:])], files
 
@@ -80,8 +86,10 @@ def rows(name, make, n, commands, nothing):
 
 def shown(command):
     """What is special about it."""
-    words = [word for word in command.split() if word not in Files]
-    return " ".join(words).replace(" -quiet -st T0", "").replace(" --sentence-tag T0", "").format(n="n")
+    words = " ".join(word for word in command.split() if word not in Files)
+    for usual in (" -quiet -st T0", " --sentence-tag T0", " --force --into {folder}"):
+        words = words.replace(usual, "")
+    return words.format(n="n")
 
 
 def main():
@@ -90,7 +98,7 @@ def main():
     lines = [row for each in Inputs if not Wanted or each[0] in Wanted for row in rows(*each, nothing)]
     head = ["input and command", "n", "MB read", "MB written", "s at n/4", "s at n/2", "s at n", "exponent",
             "memory, bytes a byte"]  # fmt: skip
-    text = where() + "\n" + table(head, lines)
+    text = where("least") + "\n" + table(head, lines)
     print(text) if Wanted else put("bench/growth", text)
 
 

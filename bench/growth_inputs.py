@@ -66,10 +66,18 @@ def period(folder, n):
     write_training(folder, [], ([0] * (n // 3) + [1]) * 6)
 
 
+def sorted_forms(folder, n):
+    write_training(folder, [(form, "T0") for form in sorted(many_forms(n))], [0, 1, 2] * 100)
+
+
 def shuffled_forms(folder, n):
-    forms = [f"{i * 7919 % n:x}-{i}" for i in range(n)]
+    forms = many_forms(n)
     random.Random(n).shuffle(forms)
     write_training(folder, [(form, "T0") for form in forms], [0, 1, 2] * 100)
+
+
+def many_forms(n):
+    return [f"{i * 7919 % n:x}-{i}" for i in range(n)]
 
 
 def forms_of_one_hash(folder, n):
@@ -126,6 +134,11 @@ def long_sentence(folder, n):
     (folder / "words").write_text("".join(f"dog\nx{i}\n" for i in range(n // 2)))
 
 
+def short_sentences(folder, n):
+    small_model(folder)
+    (folder / "words").write_text("dog\n\n" * n)
+
+
 def sentences(folder, n):
     """A treebank of n words, three a sentence."""
     source = random.Random(n)
@@ -153,6 +166,7 @@ def chain(folder, n):
     content += b"".join(struct.pack("<iiIid", 1, 1, 1 + i, i % 2, 1.0) for i in range(n + 1))
     (folder / "model").write_bytes(content)
     (folder / "words").write_text("x\n" * n)
+    (folder / "gold").write_text("x\tT1\n" * n)
 
 
 def word_classes(folder, n):

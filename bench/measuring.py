@@ -33,7 +33,7 @@ def table(head, rows):
     return "\n".join(lines) + "\n"
 
 
-def where():
+def where(kind="medians"):
     processor = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text(encoding="utf-8"))
     name = processor.group(1) if processor else platform.machine()
     compiler = output("g++", "--version").splitlines()[0]
@@ -44,7 +44,7 @@ def where():
     except subprocess.CalledProcessError:
         commit = "unknown"
     return (f"{name}, {os.cpu_count()} processors, Linux {platform.release().split('-')[0]}; {compiler}; release build"
-            f" of commit {commit}; medians of {Rounds} rounds of processor time.\n")  # fmt: skip
+            f" of commit {commit}; {kind} of {Rounds} rounds of processor time.\n")  # fmt: skip
 
 
 def put(maker, text):

@@ -214,6 +214,37 @@ TEST(Wordclass, LexiconHoldsTheDistributionOfEachClass) {
   EXPECT_EQ(model.fullform_lookup2("<i>b</i>", 1), &model.Wordclass_Lexicon()[0]);
 }
 
+// Ten thousand classes of a word each, and as many tags: a number for each pair would take 800 MB.
+TEST(Wordclass, ClassesTakeMemoryForTheirOwnTagsOnly) {
+  constexpr int Words = 10'000;
+  sample_file_t sample;
+  std::vector<sample_entry_t> words;
+  std::string transducer, classes;
+  for (int i = 0; i < Words; ++i) {
+    std::string word = std::to_string(Words + i).substr(1);  // of four digits, as letters
+    for (char& c : word) c = static_cast<char>(c - '0' + 'a');
+    words.push_back(sample_entry(word, {{i, 1.F}}));
+    classes += std::to_string(1111 + i) + " wordclass " + std::to_string(i) + " ";
+  }
+  // State s goes on to the states 10 s + 1 to 10 s + 10.
+  for (int state = 0; state <= 1111 + Words; ++state)
+    for (int c = 0; c < 10 && state < 1111; ++c)
+      transducer += std::to_string(state) + " " + static_cast<char>('a' + c) + " " +
+                    std::to_string(10 * state + 1 + c) + " ";
+  transducer += std::to_string(1111 + Words) + " x 0 ";
+  sample.tags.clear();
+  for (int i = 0; i < Words; ++i) sample.tags.push_back("T" + std::to_string(Words + i));
+  sample.factors.assign(Words, 1.0);
+  sample.set_words(words);
+  Model model = sample.model();
+  const long before = kilobytes_of_process();
+  model.read_wordclass(ByteStream(transducer + classes), {});
+  EXPECT_LT(kilobytes_of_process() - before, 200'000);
+  EXPECT_EQ(model.Wordclass_Lexicon().size(), size_t{Words});
+  for (const int i : {0, 4711, Words - 1})
+    EXPECT_EQ(readings_of(model.Wordclass_Lexicon()[static_cast<size_t>(i)]), (readings_t{{i, 1.F}})) << i;
+}
+
 // Each model has its own; they move with it, others replace them, and a file that is refused leaves them.
 TEST(Wordclass, BelongToTheirModel) {
   const std::vector<sample_entry_t> words = {sample_entry("a", {{0, 1.f}}), sample_entry("b", {{1, 1.f}})};
