@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "support/checksum.h"
 
-#include <algorithm>
 #include <bit>
 #include <cstring>
 
@@ -13,12 +12,19 @@ constexpr size_t Word = sizeof(uint64_t);
 
 // The sum with the words of `bytes` behind it.
 uint64_t with_words(uint64_t sum, std::string_view bytes) {
-  for (; !bytes.empty(); bytes.remove_prefix(std::min(Word, bytes.size()))) {
-    uint64_t word = 0;
-    std::memcpy(&word, bytes.data(), std::min(Word, bytes.size()));
-    sum = std::rotl(sum ^ word, 29) * 0x9E3779B97F4A7C15;
+  const auto mixed = [](uint64_t before, uint64_t word) {
+    return std::rotl(before ^ word, 29) * 0x9E3779B97F4A7C15;
+  };
+  uint64_t word;
+  size_t done = 0;
+  for (; bytes.size() - done >= Word; done += Word) {
+    std::memcpy(&word, bytes.data() + done, Word);
+    sum = mixed(sum, word);
   }
-  return sum;
+  if (done == bytes.size()) return sum;
+  word = 0;
+  std::memcpy(&word, bytes.data() + done, bytes.size() - done);
+  return mixed(sum, word);
 }
 
 }  // namespace

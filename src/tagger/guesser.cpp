@@ -4,6 +4,7 @@
 #include <orvelle/word_forms.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <functional>
 #include <numeric>
@@ -11,7 +12,6 @@
 #include <utility>
 
 #include "support/counts.h"
-#include "support/strings.h"
 
 namespace orvelle {
 
@@ -31,6 +31,7 @@ constexpr size_t Long_Row = 8;          // words from which on a row's sum is ke
 constexpr int Shape_Bits = 8;
 constexpr int Kind_Bits = 6;
 constexpr int Key_Bits = 64;
+constexpr int Key_Bytes = Key_Bits / 8;
 constexpr char Boundary = 1;  // stands for what is beyond the word
 
 // The leaves of the affix trees, where the lexicon has no rare words.
@@ -40,17 +41,28 @@ constexpr double Open_Class_Share = 0.01;
 
 enum kind_t { Small, Capitalised, All_Capitals, Digits_And_Letters, Digits, Signs };
 
-bool is_capital(char c) { return c >= 'A' && c <= 'Z'; }
-bool is_small(char c) { return c >= 'a' && c <= 'z'; }
-bool is_ascii(char c) { return (c & 0x80) == 0; }
-bool is_letter(char c) { return is_capital(c) || is_small(c) || !is_ascii(c); }
+// What a byte can be, as bits.
+enum byte_kind_t : uint8_t { Capital = 1, Small_Letter = 2, Beyond_Ascii = 4, Digit = 8, Period = 16 };
 
-kind_t kind_of(std::string_view word, bool starts_with_capital) {
-  const bool letters = std::any_of(word.begin(), word.end(), is_letter);
-  if (std::any_of(word.begin(), word.end(), is_digit)) return letters ? Digits_And_Letters : Digits;
+constexpr auto Byte_Kinds = [] {
+  std::array<uint8_t, 256> kinds{};
+  for (unsigned c = 'A'; c <= 'Z'; ++c) kinds[c] = Capital;
+  for (unsigned c = 'a'; c <= 'z'; ++c) kinds[c] = Small_Letter;
+  for (unsigned c = '0'; c <= '9'; ++c) kinds[c] = Digit;
+  for (unsigned c = 0x80; c < kinds.size(); ++c) kinds[c] = Beyond_Ascii;
+  for (const unsigned char c : {'.', '@', '/'}) kinds[c] = Period;
+  return kinds;
+}();
+
+uint8_t byte_kind(char c) { return Byte_Kinds[static_cast<unsigned char>(c)]; }
+
+// `found`: what its bytes are.
+kind_t kind_of(std::string_view word, unsigned found, bool starts_with_capital) {
+  const bool letters = (found & (Capital | Small_Letter | Beyond_Ascii)) != 0;
+  if ((found & Digit) != 0) return letters ? Digits_And_Letters : Digits;
   if (!letters) return Signs;
   if (!starts_with_capital) return Small;
-  return word.size() > 1 && std::none_of(word.begin(), word.end(), is_small) ? All_Capitals : Capitalised;
+  return word.size() > 1 && (found & Small_Letter) == 0 ? All_Capitals : Capitalised;
 }
 
 struct word_keys_t {
@@ -71,15 +83,18 @@ uint64_t make_key(uint64_t shape, size_t length, ByteAt byte_at) {
 
 word_keys_t keys_of(const char* word, bool utf8, const Warn& warn) {
   std::string_view text = word;
-  const bool ascii = std::all_of(text.begin(), text.end(), is_ascii);
-  const bool starts_with_capital = ascii ? !text.empty() && is_capital(text[0]) : is_upper(word, utf8, warn);
-  const kind_t kind = kind_of(text, starts_with_capital);
+  unsigned found = 0;
+  for (const char c : text) found |= byte_kind(c);
+  const bool ascii = (found & Beyond_Ascii) == 0;
+  const bool starts_with_capital =
+      ascii ? !text.empty() && byte_kind(text[0]) == Capital : is_upper(word, utf8, warn);
+  const kind_t kind = kind_of(text, found, starts_with_capital);
   const bool hyphen = text.size() > 1 && text.find('-', 1) != std::string_view::npos;
-  const bool period = kind != Digits && kind != Signs && text.find_first_of(".@/") != std::string_view::npos;
+  const bool period = kind != Digits && kind != Signs && (found & Period) != 0;
   const uint64_t shape = static_cast<uint64_t>(kind) << 2 | hyphen << 1 | period;
   std::string lower;
   if (!ascii) text = lower = all_to_lower(word, utf8, warn);
-  const auto small = [](char c) { return is_capital(c) ? static_cast<char>(c + ('a' - 'A')) : c; };
+  const auto small = [](char c) { return byte_kind(c) == Capital ? static_cast<char>(c + ('a' - 'A')) : c; };
   const size_t n = text.size();
   return {make_key(shape, n, [&](size_t i) { return small(text[n - 1 - i]); }),
           make_key(shape, n, [&](size_t i) { return small(text[i]); })};
@@ -92,6 +107,20 @@ int rare_frequency(const Lexicon& lexicon) {
   int64_t tokens = 0;
   for (int i = 0; i < lexicon.Fullform_Lexicon_Size; ++i) tokens += lexicon.Fullform_Lexicon[i].data->freq;
   return static_cast<int>(std::clamp<int64_t>(tokens / Tokens_for_Rare, 1, Most_Rare_Frequency));
+}
+
+// Byte by byte from the last on, so that a large lexicon is sorted as fast as it is read. Words of one key stay in order.
+void sort_by_key(std::vector<RareWords::word_t>& words) {
+  const auto digit = [](const RareWords::word_t& word, int byte) { return word.key >> 8 * byte & 0xFF; };
+  std::array<std::array<size_t, 256>, Key_Bytes> places{};
+  for (const RareWords::word_t& word : words)
+    for (int byte = 0; byte < Key_Bytes; ++byte) ++places[byte][digit(word, byte)];
+  std::vector<RareWords::word_t> sorted(words.size());
+  for (int byte = 0; byte < Key_Bytes; ++byte) {
+    std::exclusive_scan(places[byte].begin(), places[byte].end(), places[byte].begin(), size_t{0});
+    for (const RareWords::word_t& word : words) sorted[places[byte][digit(word, byte)]++] = word;
+    words.swap(sorted);
+  }
 }
 
 double weight_before(int bits) { return bits <= Shape_Bits ? Shape_Weight : Affix_Weight; }
@@ -111,10 +140,8 @@ RareWords::RareWords(const Tables& tables, const Warn& warn)
     endings.push_back({keys.ending, first, data.n});
     beginnings.push_back({keys.beginning, first, data.n});
   }
-  for (std::vector<word_t>* words : {&endings, &beginnings})
-    std::sort(words->begin(), words->end(), [](const word_t& a, const word_t& b) {
-      return a.key != b.key ? a.key < b.key : a.first_pair < b.first_pair;
-    });
+  sort_by_key(endings);
+  sort_by_key(beginnings);
 }
 
 Guesser::Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Warn warn)
@@ -128,11 +155,11 @@ Guesser::Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_wor
       sums_(tables.fullex.A_Priori_Tag_Prob_Fac.size()) {}
 
 Guesser::Table::Table(const std::vector<RareWords::word_t>& its_words)
-    : words(its_words), numbers((words.size() / Long_Row + 1) * (Key_Bits / 8 + 1), -1) {}
+    : words(its_words), numbers((words.size() / Long_Row + 1) * (Key_Bytes + 1), -1) {}
 
 const Guesser::row_t& Guesser::summed_row(Table& table, const step_t& step) {
   const auto place = static_cast<size_t>(step.begin - table.words.data()) / Long_Row;
-  int32_t& number = table.numbers[place * (Key_Bits / 8 + 1) + static_cast<size_t>(step.bits / 8)];
+  int32_t& number = table.numbers[place * (Key_Bytes + 1) + static_cast<size_t>(step.bits / 8)];
   if (number >= 0) return table.rows[static_cast<size_t>(number)];
   sums_.clear();
   add_words(step, 1.0, sums_);
