@@ -29,11 +29,13 @@ Files = {*Three.split(), "result", "model", "words", "gold", "transducer", "tree
 Inputs = [
     ("text, n words", inputs.text, 100_000, [Train, Tag]),
     ("treebank, n words", inputs.sentences, 30_000, ["orvelle train treebank.conllu result", Prepare]),
+    ("a treebank's sentence of n words", inputs.endless_sentence, 100_000, ["orvelle train treebank.conllu result"]),
     ("n forms in random order", inputs.shuffled_forms, 100_000, [Train, Check, "orvelle show model"]),
     ("n forms in order", inputs.sorted_forms, 100_000, [Train]),
     ("n forms of one hash", inputs.forms_of_one_hash, 10_000, [Train, Check, "orvelle show model"]),
     ("n rare forms with one end", inputs.same_ends, 10_000, [Tag]),
     ("n tags once each", inputs.once, 5_000, [Train]),
+    ("n tags once each, treebank", inputs.once_in_treebank, 4_000, ["orvelle train treebank.conllu result"]),
     ("n tags in a cycle", inputs.cycle, 500, [Train, Train + " -dtg -1"]),
     ("every one of n tags after every other", inputs.every_pair, 100, [Train, Train + " -dtg -1"]),
     ("n tags of context, one tag", inputs.one_tag, 50_000, [Train + " -cl {n}"]),

@@ -151,6 +151,23 @@ def sentences(folder, n):
     (folder / "treebank.conllu").write_text("".join(lines))
 
 
+def endless_sentence(folder, n):
+    """A treebank with a sentence of n words behind short ones."""
+    sentences(folder, 600)
+    with open(folder / "treebank.conllu", "a") as treebank:
+        for i in range(n):
+            treebank.write(f"{i + 1}\tthe\tthe\tX\t{('DT', 'NN')[i % 2]}\t_\t0\tdep\t_\t_\n")
+        treebank.write("\n")
+
+
+def once_in_treebank(folder, n):
+    """A treebank where each of n tags has a word of its own."""
+    sentences(folder, 600)
+    with open(folder / "treebank.conllu", "a") as treebank:
+        for i in range(n):
+            treebank.write(f"1\tx{i}\tx\tX\tT{i}\t_\t0\troot\t_\t_\n2\t.\t.\tPUNCT\t.\t_\t1\tpunct\t_\t_\n\n")
+
+
 # ---- files for the companion
 
 

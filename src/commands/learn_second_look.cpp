@@ -39,16 +39,24 @@ void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_
   SecondLookView view(tables, splits_tags_);
   std::vector<double> posteriors;
   std::vector<int32_t> gold;
-  for (const gold_sentence_t& sentence : sentences) {
-    if (first.find(sentence.forms)) view.forget();
+  const auto learn_piece = [&](std::span<const std::string_view> forms,
+                               std::span<const std::string_view> tags) {
+    if (first.find(forms)) view.forget();
     posteriors.clear();
     first.posteriors(posteriors);
-    view.see(sentence.forms, first.words(), posteriors);
+    view.see(forms, first.words(), posteriors);
     gold.clear();
-    for (const std::string_view tag : sentence.tags) gold.push_back(model.find_tag(tag));
+    for (const std::string_view tag : tags) gold.push_back(model.find_tag(tag));
     learn_sentence(view, first.words(), gold, posteriors);
     view.end_sentence();
-  }
+  };
+  // Like tagging, learning takes no more memory for a sentence that never ends.
+  for (const gold_sentence_t& sentence : sentences)
+    for (size_t start = 0; start < sentence.forms.size(); start += Tagger::Longest_Piece) {
+      const size_t words = std::min(Tagger::Longest_Piece, sentence.forms.size() - start);
+      learn_piece(std::span(sentence.forms).subspan(start, words),
+                  std::span(sentence.tags).subspan(start, words));
+    }
 }
 
 void SecondLookLearner::learn_shuffled(const Model& model, std::vector<gold_sentence_t> sentences) {

@@ -288,6 +288,19 @@ TEST(SecondLookLearner, DoesWhatASlowOneDoes) {
   EXPECT_NEAR(weights.scale, slow.scale * 64, 1.0);
 }
 
+// What a sentence that never ends is learned like.
+TEST(SecondLookLearner, LearnsLongSentencesInPieces) {
+  const Model model = file_without_opinion().model();
+  const auto words = [](size_t count) {
+    return gold_sentence_t{std::vector<std::string_view>(count, "w"),
+                           std::vector<std::string_view>(count, "B|x")};
+  };
+  SecondLookLearner whole(10, false), pieces(10, false);
+  whole.learn(model, std::array{words(2 * Tagger::Longest_Piece + 3)});
+  pieces.learn(model, std::array{words(Tagger::Longest_Piece), words(Tagger::Longest_Piece), words(3)});
+  EXPECT_EQ(whole.weights().table, pieces.weights().table);
+}
+
 // The next word tells the tag of w, which nothing in the first pass can know; v is A in seven of ten places, whatever is
 // around, and its probability says so.
 TEST(SecondLookLearner, LearnsFromTheWordsAroundAndHowSureItMayBe) {
