@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // orvelle prepare: from a treebank to the three files of a training (training_data.h). Nothing is written before all is
 // known to be sound; the files appear together when all of them are complete.
-#include <array>
 #include <deque>
 #include <filesystem>
 #include <string>
@@ -39,7 +38,7 @@ constexpr char Help[] =
 constexpr option_t Options[] = {
     {"into", "DIR"}, {"force", nullptr}, {"tag", "KIND"}, {"lexicon", "FILE"}, {"held-out", "SHARE"}};
 
-constexpr std::array File_Names = {"lexicon", "open-classes", "corpus", "test"};
+constexpr const char* File_Names[] = {"lexicon", "open-classes", "corpus", "test"};
 
 // The files that are made.
 class Files {
