@@ -42,10 +42,9 @@ std::string sorted_features(std::string_view features) {
     list.push_back(features.substr(0, features.find('|')));
     features.remove_prefix(std::min(list.back().size() + 1, features.size()));
   }
-  const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; };
   const auto is_before = [&](std::string_view a, std::string_view b) {
     a = a.substr(0, a.find('=')), b = b.substr(0, b.find('='));
-    return std::ranges::lexicographical_compare(a, b, {}, small, small);
+    return std::ranges::lexicographical_compare(a, b, {}, ascii_lower, ascii_lower);
   };
   std::ranges::stable_sort(list, is_before);
   std::string text;

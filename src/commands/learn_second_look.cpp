@@ -157,10 +157,14 @@ void SecondLookLearner::learn_scale(size_t gold) {
 
 // How surprised each temperature is; the word was not learned when its probabilities were found, so they are honest.
 void SecondLookLearner::judge(std::span<const double> probabilities, size_t gold) {
+  if (probabilities.size() < 2) return;
+  logarithms_.clear();
+  for (const double p : probabilities) logarithms_.push_back(std::log(p));
   for (size_t t = 0; t < Temperatures; ++t) {
-    tempered_.assign(probabilities.begin(), probabilities.end());
-    temper(tempered_, 16.0 / static_cast<double>(Least_Temperature + t));
-    losses_[t] -= std::log(std::max(tempered_[gold], Least_Probability));
+    const double power = 16.0 / static_cast<double>(Least_Temperature + t);
+    double sum = 0.0;
+    for (const double logarithm : logarithms_) sum += std::exp(power * logarithm);
+    losses_[t] -= std::max(power * logarithms_[gold] - std::log(sum), std::log(Least_Probability));
   }
 }
 

@@ -84,10 +84,9 @@ class SecondLookLearner {
     double step = 0.0;
   };
   std::vector<part_sums_t> part_sums_;
-  std::vector<double> logarithms_;             // of the open tags
+  std::vector<double> logarithms_;             // of the probabilities before
   std::vector<double> scores_;                 // of the open tags: their probabilities
   std::array<double, Temperatures> losses_{};  // by temperature, from the least on
-  std::vector<double> tempered_;
   size_t seen_ = 0;
   std::mt19937 random_{1};
 };

@@ -10,8 +10,10 @@
 #include "commands/escape.h"
 #include "commands/remarks.h"
 #include "lexicon/tagset.h"
+#include "support/counting_sort.h"
 #include "support/counts.h"
 #include "support/errors.h"
+#include "support/string_sort.h"
 #include "support/strings.h"
 
 namespace orvelle {
@@ -20,17 +22,13 @@ namespace {
 
 class LexiconMaker {
  public:
-  explicit LexiconMaker(Treebank& treebank) : treebank_(treebank) {}
+  explicit LexiconMaker(const std::vector<uint32_t>& ranks) : ranks_(ranks) {}
 
   void add(const token_t& token) { readings_.push_back({token.form, token.tag, token.lemma}); }
 
   lexicon_entries_t make() {
-    rank_strings();
-    const auto key = [this](const reading_t& r) {
-      return std::tuple(rank(r.form), rank(r.tag), rank(r.lemma));
-    };
-    std::sort(readings_.begin(), readings_.end(),
-              [&](const auto& a, const auto& b) { return key(a) < key(b); });
+    for (int reading_t::*const string : {&reading_t::lemma, &reading_t::tag, &reading_t::form})
+      sort_by(string);
     lexicon_entries_t lines;
     for (size_t i = 0; i < readings_.size();) {
       const size_t first = i;
@@ -45,16 +43,11 @@ class LexiconMaker {
     int form, tag, lemma;
   };
 
-  int rank(int string) const { return string < 0 ? -1 : ranks_[string]; }
-
-  void rank_strings() {
-    std::vector<int> order(treebank_.strings.size());
-    for (int i = 0; i < treebank_.strings.size(); ++i) order[i] = i;
-    std::sort(order.begin(), order.end(), [this](int a, int b) {
-      return str_cmp(treebank_.strings.text(a), treebank_.strings.text(b)) < 0;
+  // In byte order; readings without a lemma come first.
+  void sort_by(int reading_t::*string) {
+    counting_sort(readings_, ranks_.size() + 1, [&](const reading_t& reading) {
+      return reading.*string < 0 ? 0 : 1 + ranks_[static_cast<size_t>(reading.*string)];
     });
-    ranks_.resize(order.size());
-    for (size_t i = 0; i < order.size(); ++i) ranks_[order[i]] = static_cast<int>(i);
   }
 
   // Of one form's readings, sorted by tag and lemma. Among lemmas that are equally frequent the first in byte
@@ -78,14 +71,14 @@ class LexiconMaker {
     return result;
   }
 
-  Treebank& treebank_;
+  const std::vector<uint32_t>& ranks_;  // place in byte order, by string number
   std::vector<reading_t> readings_;
-  std::vector<int> ranks_;  // place in byte order, by string number
 };
 
 // An extra lexicon adds the forms, tags and lemmas that the tokens lack; it does not outvote their lemmas.
 lexicon_entries_t merge_lexicons(Treebank& treebank, const sentences_t& sentences) {
-  LexiconMaker seen(treebank), all(treebank);
+  const std::vector<uint32_t> ranks = ranks_of(treebank.strings.texts());
+  LexiconMaker seen(ranks), all(ranks);
   for (const range_t& sentence : sentences)
     for (size_t i = sentence.first; i < sentence.end; ++i) seen.add(treebank.tokens[i]);
   lexicon_entries_t lines = seen.make();

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "support/strings.h"
+
 namespace orvelle {
 
 size_t character_length(std::string_view text) {
@@ -22,7 +24,6 @@ size_t character_length(std::string_view text) {
 }
 
 encoding_t encoding_of(std::string_view text) {
-  const auto is_ascii = [](char c) { return (c & 0x80) == 0; };
   const auto other = std::ranges::find_if_not(text, is_ascii);
   text.remove_prefix(static_cast<size_t>(other - text.begin()));
   if (text.empty()) return encoding_t::Ascii;

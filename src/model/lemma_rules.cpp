@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "model/model_file.h"
+#include "support/strings.h"
 
 namespace orvelle {
 
@@ -42,6 +43,18 @@ size_t character_end(std::string_view text, size_t start, bool utf8) {
   return end;
 }
 
+enum letter_case_t { Capital, Small, No_Case };
+
+letter_case_t case_of(std::string_view character, bool utf8) {
+  if (is_ascii(character[0])) {
+    if (is_ascii_capital(character[0])) return Capital;
+    return is_ascii_small(character[0]) ? Small : No_Case;
+  }
+  const std::string letter(character);
+  if (is_upper(letter.c_str(), utf8, {}) != 0) return Capital;
+  return cap_word(letter.c_str(), utf8, {}) != letter ? Small : No_Case;
+}
+
 }  // namespace
 
 form_shape_t shape_of(const char* form, bool utf8) {
@@ -50,11 +63,10 @@ form_shape_t shape_of(const char* form, bool utf8) {
   size_t capitals = 0, small = 0;
   for (size_t i = 0, end; i < text.size(); i = end) {
     end = character_end(text, i, utf8);
-    const std::string letter(text.substr(i, end - i));
-    const bool is_capital = is_upper(letter.c_str(), utf8, {}) != 0;
-    capitals += is_capital;
-    small += !is_capital && cap_word(letter.c_str(), utf8, {}) != letter;
-    if (i == 0) first_is_capital = is_capital;
+    const letter_case_t letter = case_of(text.substr(i, end - i), utf8);
+    capitals += letter == Capital;
+    small += letter == Small;
+    if (i == 0) first_is_capital = letter == Capital;
   }
   if (capitals == 0) return form_shape_t::Small;
   if (capitals == 1 && first_is_capital) return form_shape_t::Capitalised;

@@ -67,4 +67,11 @@ std::vector<uint32_t> sorted_order(const std::vector<const char*>& strings) {
   return order;
 }
 
+std::vector<uint32_t> ranks_of(const std::vector<const char*>& strings) {
+  std::vector<uint32_t> ranks(strings.size());
+  uint32_t rank = 0;
+  for (const uint32_t i : sorted_order(strings)) ranks[i] = rank++;
+  return ranks;
+}
+
 }  // namespace orvelle

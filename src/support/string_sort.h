@@ -11,4 +11,7 @@ namespace orvelle {
 // comparison each.
 std::vector<uint32_t> sorted_order(const std::vector<const char*>& strings);
 
+// The place of each string in that order.
+std::vector<uint32_t> ranks_of(const std::vector<const char*>& strings);
+
 }  // namespace orvelle

@@ -19,6 +19,10 @@ inline constexpr int Max_Line_Length = 9999;
 int str_cmp(const char* a, const char* b);
 
 inline bool is_digit(char c) { return c >= '0' && c <= '9'; }
+inline bool is_ascii(char c) { return (c & 0x80) == 0; }
+inline bool is_ascii_capital(char c) { return c >= 'A' && c <= 'Z'; }
+inline bool is_ascii_small(char c) { return c >= 'a' && c <= 'z'; }
+inline char ascii_lower(char c) { return is_ascii_capital(c) ? static_cast<char>(c + ('a' - 'A')) : c; }
 inline bool is_white_space(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 // Both tokenisers skip leading blanks, TABs and CRs, end the field at a byte of their own set by overwriting it with

@@ -21,8 +21,6 @@ bool is_upper_byte(char c) {
   return (byte >= 0x41 && byte <= 0x5A) || (byte >= 0xC0 && byte <= 0xDE);
 }
 
-bool is_ascii(char c) { return (c & 0x80) == 0; }
-
 char lower_byte(char c) { return is_upper_byte(c) ? static_cast<char>(c + Case_Distance) : c; }
 
 char upper_byte(char c) {
@@ -41,7 +39,7 @@ std::string lower_characters(const char* word, const Warn& warn) {
   std::string result;
   while (*word != '\0') {
     if (is_ascii(*word)) {  // as most are: without a search in the tables
-      result += lower_byte(*word++);
+      result += ascii_lower(*word++);
       continue;
     }
     size_t length = 0;

@@ -11,7 +11,9 @@
 #include <string>
 #include <utility>
 
+#include "support/counting_sort.h"
 #include "support/counts.h"
+#include "support/strings.h"
 
 namespace orvelle {
 
@@ -94,10 +96,9 @@ word_keys_t keys_of(const char* word, bool utf8, const Warn& warn) {
   const uint64_t shape = static_cast<uint64_t>(kind) << 2 | hyphen << 1 | period;
   std::string lower;
   if (!ascii) text = lower = all_to_lower(word, utf8, warn);
-  const auto small = [](char c) { return byte_kind(c) == Capital ? static_cast<char>(c + ('a' - 'A')) : c; };
   const size_t n = text.size();
-  return {make_key(shape, n, [&](size_t i) { return small(text[n - 1 - i]); }),
-          make_key(shape, n, [&](size_t i) { return small(text[i]); })};
+  return {make_key(shape, n, [&](size_t i) { return ascii_lower(text[n - 1 - i]); }),
+          make_key(shape, n, [&](size_t i) { return ascii_lower(text[i]); })};
 }
 
 uint64_t first_bits(uint64_t key, int bits) { return key & ~uint64_t{0} << (Key_Bits - bits); }
@@ -111,16 +112,8 @@ int rare_frequency(const Lexicon& lexicon) {
 
 // Byte by byte from the last on, so that a large lexicon is sorted as fast as it is read. Words of one key stay in order.
 void sort_by_key(std::vector<RareWords::word_t>& words) {
-  const auto digit = [](const RareWords::word_t& word, int byte) { return word.key >> 8 * byte & 0xFF; };
-  std::array<std::array<size_t, 256>, Key_Bytes> places{};
-  for (const RareWords::word_t& word : words)
-    for (int byte = 0; byte < Key_Bytes; ++byte) ++places[byte][digit(word, byte)];
-  std::vector<RareWords::word_t> sorted(words.size());
-  for (int byte = 0; byte < Key_Bytes; ++byte) {
-    std::exclusive_scan(places[byte].begin(), places[byte].end(), places[byte].begin(), size_t{0});
-    for (const RareWords::word_t& word : words) sorted[places[byte][digit(word, byte)]++] = word;
-    words.swap(sorted);
-  }
+  for (int bits = 0; bits < Key_Bits; bits += 8)
+    counting_sort(words, 256, [bits](const RareWords::word_t& word) { return word.key >> bits & 0xFF; });
 }
 
 double weight_before(int bits) { return bits <= Shape_Bits ? Shape_Weight : Affix_Weight; }

@@ -35,9 +35,6 @@ uint32_t feature(uint32_t kind, uint32_t a, uint32_t b = 0) {
 
 uint32_t hash_of(std::string_view text) { return hash_bytes(text) | 1; }  // never 0
 
-bool is_ascii_capital(char c) { return c >= 'A' && c <= 'Z'; }
-bool is_ascii_small(char c) { return c >= 'a' && c <= 'z'; }
-
 // What kinds of characters there are, and where capitals are.
 uint32_t shape_of(std::string_view form, bool starts_with_capital) {
   const auto any = [form](auto is) { return std::any_of(form.begin(), form.end(), is); };
@@ -47,7 +44,7 @@ uint32_t shape_of(std::string_view form, bool starts_with_capital) {
          static_cast<uint32_t>(any(is_ascii_small)) << 3 | static_cast<uint32_t>(any(is_digit)) << 4 |
          static_cast<uint32_t>(form.find('-') != form.npos) << 5 |
          static_cast<uint32_t>(form.find_first_of(".@/:") != form.npos) << 6 |
-         static_cast<uint32_t>(any([](char c) { return (c & 0x80) != 0; })) << 7;
+         static_cast<uint32_t>(!std::ranges::all_of(form, is_ascii)) << 7;
 }
 
 // The parts of a tag, between the marks that tagsets use.
@@ -62,6 +59,14 @@ std::vector<uint32_t> parts_of(std::string_view tag) {
     start = end + 1;
   }
   return parts;
+}
+
+// Raises probabilities to a power and brings their sum to 1 again.
+void raise(std::span<double> probabilities, double power) {
+  if (probabilities.size() < 2) return;
+  double sum = 0.0;
+  for (double& p : probabilities) sum += p = std::pow(p, power);
+  for (double& p : probabilities) p /= sum;
 }
 
 }  // namespace
@@ -86,10 +91,10 @@ word_view_t SecondLookView::view(std::string_view form) const {
   word_view_t view;
   const bool utf8 = tables_.UTF8_Processing;
   const std::string word(form);
-  const bool is_ascii = std::none_of(word.begin(), word.end(), [](char c) { return (c & 0x80) != 0; });
+  const bool ascii = std::ranges::all_of(word, is_ascii);
   std::string lower = word;
-  if (is_ascii)
-    for (char& c : lower) c = is_ascii_capital(c) ? static_cast<char>(c + ('a' - 'A')) : c;
+  if (ascii)
+    std::ranges::transform(word, lower.begin(), ascii_lower);
   else
     lower = all_to_lower(word.c_str(), utf8, {});
   view.form = hash_of(form);
@@ -100,7 +105,7 @@ word_view_t SecondLookView::view(std::string_view form) const {
   for (size_t n = 1; n <= std::min(view.Longest_Prefix, small.size()); ++n)
     view.prefixes[n - 1] = hash_of(small.substr(0, n));
   const bool capital =
-      is_ascii ? !word.empty() && is_ascii_capital(word[0]) : is_upper(word.c_str(), utf8, {}) != 0;
+      ascii ? !word.empty() && is_ascii_capital(word[0]) : is_upper(word.c_str(), utf8, {}) != 0;
   view.shape = shape_of(form, capital);
   const entry_t* const entry = tables_.fullex.lexicon.find_entry(form);
   const int frequency = entry != nullptr ? std::max(entry->data->freq, 0) : 0;
@@ -227,13 +232,6 @@ void SecondLookView::add_part(part_t& part) {
   open_parts_.members.push_back(part.place);
 }
 
-void temper(std::span<double> probabilities, double power) {
-  if (probabilities.size() < 2) return;
-  double sum = 0.0;
-  for (double& p : probabilities) sum += p = std::pow(p, power);
-  for (double& p : probabilities) p /= sum;
-}
-
 SecondLook::SecondLook(const Tables& tables)
     : weights_(tables.extras.weights),
       bits_(std::countr_zero(weights_.table.size())),
@@ -263,7 +261,7 @@ void SecondLook::look(std::span<const std::string_view> forms, std::span<const C
 
 void SecondLook::temper(std::span<const Candidates::word_t> words, std::span<double> posteriors) const {
   for (const Candidates::word_t& word : words) {
-    orvelle::temper(posteriors.first(word.candidates.size()), Sixteen / weights_.temperature);
+    raise(posteriors.first(word.candidates.size()), Sixteen / weights_.temperature);
     posteriors = posteriors.subspan(word.candidates.size());
   }
 }

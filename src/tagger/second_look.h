@@ -123,9 +123,6 @@ inline uint32_t place_of(uint32_t feature, uint32_t part, int bits) {
   return ((feature ^ part) * 0x9E3779B1u) >> (32 - bits);
 }
 
-// Raises probabilities to a power and brings their sum to 1 again.
-void temper(std::span<double> probabilities, double power);
-
 // Gives the tags that are left open the probabilities of a second look.
 class SecondLook {
  public:

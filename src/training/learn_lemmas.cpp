@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/counting_sort.h"
+#include "support/string_sort.h"
 #include "support/string_table.h"
 
 namespace orvelle {
@@ -90,9 +92,19 @@ class LemmaLearner {
             std::string(text.substr(tab + 1))};
   }
 
+  // By tag, ending in byte order, and edit.
+  void sort_sights() {
+    const std::vector<uint32_t> ranks = ranks_of(endings_.texts());
+    const auto tags = static_cast<size_t>(model_.Number_of_Tags());
+    counting_sort(sights_, edits_.texts().size(), [](const sight_t& sight) { return sight.edit; });
+    counting_sort(sights_, ranks.size(),
+                  [&](const sight_t& sight) { return ranks[static_cast<size_t>(sight.ending)]; });
+    counting_sort(sights_, tags, [](const sight_t& sight) { return sight.tag; });
+  }
+
   // The most frequent edit of each tag and ending; of several the first that was met.
   std::vector<LemmaRules::rule_t> all_rules() {
-    std::ranges::sort(sights_, {}, &sight_t::parts);
+    sort_sights();
     std::vector<LemmaRules::rule_t> rules;
     for (size_t i = 0; i < sights_.size();) {
       const sight_t first = sights_[i];
@@ -106,9 +118,6 @@ class LemmaLearner {
       }
       rules.push_back(rule_of(first.tag, first.ending, best));
     }
-    std::sort(rules.begin(), rules.end(), [](const auto& a, const auto& b) {
-      return std::tie(a.tag, a.ending) < std::tie(b.tag, b.ending);
-    });
     return rules;
   }
 

@@ -8,27 +8,19 @@
 #include <algorithm>
 #include <numeric>
 
+#include "support/counting_sort.h"
+
 namespace orvelle {
 
 namespace {
-
-// A stable counting sort of places by their keys, which are all less than `keys`.
-template <class Key>
-std::vector<uint32_t> sorted_places(const std::vector<uint32_t>& places, size_t keys, Key key) {
-  std::vector<uint32_t> next(keys + 1, 0), result(places.size());
-  for (const uint32_t place : places) ++next[key(place) + 1];
-  std::partial_sum(next.begin(), next.end(), next.begin());
-  for (const uint32_t place : places) result[next[key(place)]++] = place;
-  return result;
-}
 
 // Numbers the pairs (number[i], number[i + step]) by first occurrence.
 std::vector<uint32_t> number_pairs(const std::vector<uint32_t>& number, size_t step) {
   const size_t keys = 1 + *std::max_element(number.begin(), number.end());
   std::vector<uint32_t> places(number.size() - step);
   std::iota(places.begin(), places.end(), 0u);
-  places = sorted_places(places, keys, [&](uint32_t place) { return number[place + step]; });
-  places = sorted_places(places, keys, [&](uint32_t place) { return number[place]; });
+  counting_sort(places, keys, [&](uint32_t place) { return number[place + step]; });
+  counting_sort(places, keys, [&](uint32_t place) { return number[place]; });
 
   std::vector<uint32_t> result(
       places.size());  // for each place first the earliest with the same pair, then its number

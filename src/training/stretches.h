@@ -9,7 +9,7 @@
 namespace orvelle {
 
 // The stretches of `length` tags, by where they start: equal ones have the same number, by first occurrence from 0 on. For n
-// tags it takes some n log(length) steps and 16 bytes for each tag. Requires: 1 < length <= tags.size() < 2^32.
+// tags it takes some n log(length) steps and 20 bytes for each tag. Requires: 1 < length <= tags.size() < 2^32.
 std::vector<uint32_t> number_stretches(const std::vector<uint16_t>& tags, size_t length);
 
 }  // namespace orvelle
