@@ -99,6 +99,7 @@ int run(int argc, char** argv) {
 int main(int argc, char* argv[]) {
   tell_when_nothing_can_be_thrown();
   take_standard_descriptors();
+  take_large_pieces();
   // A reader that goes away early (`orvelle show --all FILE | head`) ends the program quietly, even where the
   // parent process ignores the signal.
   std::signal(SIGPIPE, SIG_DFL);
