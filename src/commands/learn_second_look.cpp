@@ -41,10 +41,10 @@ void SecondLookLearner::learn(const Model& model, std::span<const gold_sentence_
   std::vector<int32_t> gold;
   const auto learn_piece = [&](std::span<const std::string_view> forms,
                                std::span<const std::string_view> tags) {
-    if (first.find(forms)) view.forget();
+    first.find(forms);
     posteriors.clear();
     first.posteriors(posteriors);
-    view.see(forms, first.words(), posteriors);
+    view.see(first.words(), posteriors);
     gold.clear();
     for (const std::string_view tag : tags) gold.push_back(model.find_tag(tag));
     learn_sentence(view, first.words(), gold, posteriors);

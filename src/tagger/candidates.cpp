@@ -27,25 +27,13 @@ constexpr double Least_Rank = 1e-3;      // of a listed tag, beside what the gue
 }  // namespace
 
 SharedWords::SharedWords(const Tables& tables, const Warn& warn)
-    : rare_words(tables, warn), choices_(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)) {}
-
-SharedWords::~SharedWords() {
-  for (const std::atomic<const shortlist_t*>& choice : choices_)
-    delete choice.load(std::memory_order_relaxed);
-}
-
-const shortlist_t& SharedWords::choose(size_t entry, std::unique_ptr<const shortlist_t> choice) {
-  const shortlist_t* known = nullptr;
-  const bool is_first =
-      choices_[entry].compare_exchange_strong(known, choice.get(), std::memory_order_acq_rel);
-  return is_first ? *choice.release() : *known;
-}
+    : rare_words(tables, warn), choices(static_cast<size_t>(tables.fullex.lexicon.Fullform_Lexicon_Size)) {}
 
 Candidates::Candidates(const Tables& tables, std::shared_ptr<SharedWords> shared, options_t options)
     : tables_(tables),
       options_(std::move(options)),
       shared_(std::move(shared)),
-      guesser_(tables, std::shared_ptr<const RareWords>(shared_, &shared_->rare_words), options_.warn),
+      guesser_(tables, std::shared_ptr<RareWords>(shared_, &shared_->rare_words), options_.warn),
       probability_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
       lemma_(tables.fullex.A_Priori_Tag_Prob_Fac.size(), No_Lemma) {}
 
@@ -76,44 +64,45 @@ void Candidates::find(std::span<const std::string_view> forms, std::vector<word_
     for (size_t i = 0; i < size; ++i) group[i] = forms[i].substr(0, forms[i].find('\0'));
     tables_.fullex.lexicon.find_entries(std::span(group).first(size), entries.data());
     for (size_t i = 0; i < size; ++i)
-      if (entries[i] != nullptr) __builtin_prefetch(shared_->choice(number_of(*entries[i])));
+      if (entries[i] != nullptr) __builtin_prefetch(shared_->choices.get(number_of(*entries[i])));
     for (size_t i = 0; i < size; ++i) {
-      words.push_back(of(group[i], entries[i]));
-      __builtin_prefetch(words.back().candidates.data());
+      const shortlist_t& choice = choice_of(group[i], entries[i]);
+      words.push_back({choice.candidates, &choice.view, choice.listed});
+      __builtin_prefetch(choice.candidates.data());
     }
     forms = forms.subspan(size);
   }
 }
 
-Candidates::word_t Candidates::of(std::string_view form, const entry_t* entry) {
+const shortlist_t& Candidates::choice_of(std::string_view form, const entry_t* entry) {
   if (entry != nullptr) {
     const size_t number = number_of(*entry);
-    const shortlist_t* known = shared_->choice(number);
-    if (known == nullptr) known = &choose_entry(form, *entry, number);
-    return {known->candidates, static_cast<int32_t>(number), known->listed};
+    const shortlist_t* const known = shared_->choices.get(number);
+    return known != nullptr ? *known : shared_->choices.put(number, choose(form, entry));
   }
   const uint32_t hash = hash_bytes(form);
-  int unknown = unknown_.find(form, hash);
-  if (unknown < 0) {
-    choose_unknown(std::string(form).c_str());
-    shortlist_t choice{take_choice()};
-    choice.listed = listed_of(choice, nullptr, tables_.extras.added.find(form));
-    remembered_ += form.size() + choice.candidates.size() * sizeof(candidate_t) + 128;
-    choice_of_unknown_.resize(static_cast<size_t>(unknown_.size()) + 1);
-    choice_of_unknown_.back() = std::move(choice);
-    unknown = unknown_.add(form, hash);
-  }
-  const shortlist_t& choice = choice_of_unknown_[static_cast<size_t>(unknown)];
-  return {choice.candidates, static_cast<int32_t>(shared_->entries()) + unknown, choice.listed};
+  const int known = unknown_.find(form, hash);
+  if (known >= 0) return *choice_of_unknown_[static_cast<size_t>(known)];
+  choice_of_unknown_.resize(static_cast<size_t>(unknown_.size()) + 1);
+  choice_of_unknown_.back() = choose(form, nullptr);
+  unknown_.add(form, hash);
+  const shortlist_t& choice = *choice_of_unknown_.back();
+  remembered_ += form.size() + sizeof choice + choice.candidates.size() * sizeof(candidate_t) + 128;
+  return choice;
 }
 
-const shortlist_t& Candidates::choose_entry(std::string_view form, const entry_t& entry, size_t number) {
+std::unique_ptr<const shortlist_t> Candidates::choose(std::string_view form, const entry_t* entry) {
   const readings_t added = tables_.extras.added.find(form);
-  choose_known(entry.word, *entry.data, added);
+  const entrydata_t* const data = entry != nullptr ? entry->data : nullptr;
+  if (entry != nullptr)
+    choose_known(entry->word, *data, added);
+  else
+    choose_unknown(std::string(form).c_str());
   auto choice = std::make_unique<shortlist_t>();
   choice->candidates = take_choice();
-  choice->listed = listed_of(*choice, entry.data, added);
-  return shared_->choose(number, std::move(choice));
+  choice->listed = listed_of(*choice, data, added);
+  if (options_.width == Width::Wide) choice->view = view_of(tables_, form, entry);
+  return choice;
 }
 
 uint16_t Candidates::listed_of(const shortlist_t& choice, const entrydata_t* data, readings_t added) const {
@@ -129,12 +118,11 @@ uint16_t Candidates::listed_of(const shortlist_t& choice, const entrydata_t* dat
   return listed;
 }
 
-bool Candidates::trim() {
-  if (remembered_ <= Remembered_Bytes) return false;
+void Candidates::trim() {
+  if (remembered_ <= Remembered_Bytes) return;
   unknown_ = {};
   choice_of_unknown_.clear();
   remembered_ = 0;
-  return true;
 }
 
 void Candidates::begin_choice() {

@@ -13,7 +13,6 @@
 // The score is the probability times the tag's factor: in proportion to that of the word form given the tag.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <span>
@@ -22,9 +21,11 @@
 #include <vector>
 
 #include "model/tables.h"
+#include "support/shared_slots.h"
 #include "support/string_table.h"
 #include "tagger/decoder.h"
 #include "tagger/guesser.h"
+#include "tagger/word_view.h"
 
 namespace orvelle {
 
@@ -32,29 +33,18 @@ namespace orvelle {
 struct shortlist_t {
   static constexpr uint16_t All_Listed = 0xFFFF;
 
+  word_view_t view;  // for wide lists
   std::vector<candidate_t> candidates;
   uint16_t listed = All_Listed;  // as in Candidates::word_t
 };
 
 // What was learned from the lexicon and chosen for its entries. For taggers in several threads: what one of them chose is
 // there for all.
-class SharedWords {
- public:
+struct SharedWords {
   SharedWords(const Tables& tables, const Warn& warn);
-  ~SharedWords();
-  SharedWords(const SharedWords&) = delete;
-  SharedWords& operator=(const SharedWords&) = delete;
 
-  const RareWords rare_words;
-
-  size_t entries() const { return choices_.size(); }
-  // What was chosen for an entry; null before.
-  const shortlist_t* choice(size_t entry) const { return choices_[entry].load(std::memory_order_acquire); }
-  // Returns what is chosen from now on: another thread may have been faster.
-  const shortlist_t& choose(size_t entry, std::unique_ptr<const shortlist_t> choice);
-
- private:
-  std::vector<std::atomic<const shortlist_t*>> choices_;
+  RareWords rare_words;
+  SharedSlots<shortlist_t> choices;  // by entry of the lexicon
 };
 
 class Candidates {
@@ -73,10 +63,10 @@ class Candidates {
   // The tables must outlive the object. `shared` is of the same tables, and all who share it have the same options.
   Candidates(const Tables& tables, std::shared_ptr<SharedWords> shared, options_t options);
 
-  // A word form: its candidates, at least one, the most probable first; and a number that no other has.
+  // A word form with its candidates, at least one, the most probable first.
   struct word_t {
     candidates_t candidates;
-    int32_t number;  // from 0 on, without large gaps
+    const word_view_t* view;
     uint16_t
         listed;  // a bit for each candidate: the lexicon lists the tag; all of them for what is not in the lexicon
   };
@@ -84,9 +74,8 @@ class Candidates {
   // Those of word forms, one behind the other into `words`. A word form ends at a NUL. Valid until: the next call of trim.
   void find(std::span<const std::string_view> forms, std::vector<word_t>& words);
 
-  // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded; returns
-  // whether it did.
-  bool trim();
+  // Forgets the word forms that are not in the lexicon if there are many of them, so that memory is bounded.
+  void trim();
 
  private:
   static constexpr size_t Remembered_Bytes = 1 << 24;
@@ -96,8 +85,8 @@ class Candidates {
   size_t number_of(const entry_t& entry) const {
     return static_cast<size_t>(tables_.fullex.lexicon.index_of(entry));
   }
-  word_t of(std::string_view form, const entry_t* entry);
-  const shortlist_t& choose_entry(std::string_view form, const entry_t& entry, size_t number);
+  const shortlist_t& choice_of(std::string_view form, const entry_t* entry);
+  std::unique_ptr<const shortlist_t> choose(std::string_view form, const entry_t* entry);
   void begin_choice();
   void choose_known(const char* word, const entrydata_t& data, readings_t added);
   void choose_unknown(const char* word);
@@ -116,9 +105,9 @@ class Candidates {
   const options_t options_;
   const std::shared_ptr<SharedWords> shared_;
   Guesser guesser_;
-  StringTable unknown_;                         // word forms that the lexicon does not have
-  std::vector<shortlist_t> choice_of_unknown_;  // by their number in unknown_
-  size_t remembered_ = 0;                       // bytes of the unknown, about
+  StringTable unknown_;  // word forms that the lexicon does not have
+  std::vector<std::unique_ptr<const shortlist_t>> choice_of_unknown_;  // by their number in unknown_
+  size_t remembered_ = 0;                                              // bytes of the unknown, about
   TagWeights probability_;
   std::vector<int32_t> lemma_;  // by tag
 };

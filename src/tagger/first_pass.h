@@ -31,14 +31,12 @@ class FirstPass {
   FirstPass(const FirstPass&) = delete;  // the decoder looks at the context
   FirstPass& operator=(const FirstPass&) = delete;
 
-  // Finds the candidates of the words that follow what was settled. Returns whether the numbers of word forms have begun
-  // anew.
-  bool find(std::span<const std::string_view> forms) {
-    const bool began_anew = candidates_.trim();
+  // Finds the candidates of the words that follow what was settled.
+  void find(std::span<const std::string_view> forms) {
+    candidates_.trim();
     candidates_.find(forms, words_);
     of_words_.clear();
     for (const Candidates::word_t& word : words_) of_words_.push_back(word.candidates);
-    return began_anew;
   }
 
   std::span<const Candidates::word_t> words() const { return words_; }

@@ -29,8 +29,7 @@ constexpr double Least_Count = 1e-9;
 constexpr double Negligible_Weight = 1e-4;
 constexpr double Notable_Share = 1e-5;  // what a tag must have of the shape's distribution to be looked at
 constexpr double Any_Tag_Share = 0.01;  // of all tags alike, beside the open-class distribution
-constexpr size_t Long_Row = 8;          // words from which on a row's sum is kept
-constexpr int Shape_Bits = 8;
+constexpr int Shape_Bits = RareWords::Shape_Bits;
 constexpr int Kind_Bits = 6;
 constexpr int Key_Bits = 64;
 constexpr int Key_Bytes = Key_Bits / 8;
@@ -111,102 +110,105 @@ int rare_frequency(const Lexicon& lexicon) {
 }
 
 // Byte by byte from the last on, so that a large lexicon is sorted as fast as it is read. Words of one key stay in order.
-void sort_by_key(std::vector<RareWords::word_t>& words) {
+std::vector<RareWords::word_t> sorted_by_key(std::vector<RareWords::word_t> words) {
   for (int bits = 0; bits < Key_Bits; bits += 8)
     counting_sort(words, 256, [bits](const RareWords::word_t& word) { return word.key >> bits & 0xFF; });
+  return words;
+}
+
+std::vector<double> open_class_distribution(const Tables& tables) {
+  const size_t tags = tables.fullex.A_Priori_Tag_Prob_Fac.size();
+  std::vector<double> result(tags, Any_Tag_Share / static_cast<double>(tags));
+  const ANODE& open_classes = tables.affixes.Open_Class_Node();
+  for (int i = 0; i < open_classes.number; ++i) {
+    const tagprob_t& pair = open_classes.tagprob[i];
+    result[static_cast<size_t>(pair.tag)] += (1.0 - Any_Tag_Share) * std::max(pair.prob, 0.0f);
+  }
+  return result;
 }
 
 double weight_before(int bits) { return bits <= Shape_Bits ? Shape_Weight : Affix_Weight; }
 
 }  // namespace
 
-RareWords::RareWords(const Tables& tables, const Warn& warn)
-    : rare_frequency_(rare_frequency(tables.fullex.lexicon)) {
+RareWords::table_t::table_t(std::vector<word_t> its_words)
+    : words(sorted_by_key(std::move(its_words))), sums((words.size() / Long_Row + 1) * (Key_Bytes + 1)) {}
+
+size_t RareWords::table_t::slot(const row_t& row) const {
+  const auto place = static_cast<size_t>(row.begin - words.data()) / Long_Row;
+  return place * (Key_Bytes + 1) + static_cast<size_t>(row.bits / 8);
+}
+
+RareWords::RareWords(lists_t lists)
+    : pairs(std::move(lists.pairs)),
+      endings(std::move(lists.endings)),
+      beginnings(std::move(lists.beginnings)),
+      rare_frequency_(lists.rare_frequency) {}
+
+RareWords::lists_t RareWords::collect(const Tables& tables, const Warn& warn) {
   const Lexicon& lexicon = tables.fullex.lexicon;
+  lists_t lists{rare_frequency(lexicon), {}, {}, {}};
   for (int i = 0; i < lexicon.Fullform_Lexicon_Size; ++i) {
     const entry_t& entry = lexicon.Fullform_Lexicon[i];
     const entrydata_t& data = *entry.data;
-    if (!is_rare(data)) continue;
+    if (!is_rare(data, lists.rare_frequency)) continue;
     const word_keys_t keys = keys_of(entry.word, tables.UTF8_Processing, warn);
-    const auto first = int32_t{int_count(pairs.size(), "tags of rare words")};
-    for (int k = 0; k < data.n; ++k) pairs.push_back({data.tag[k], data.prob[k]});
-    endings.push_back({keys.ending, first, data.n});
-    beginnings.push_back({keys.beginning, first, data.n});
+    const auto first = int32_t{int_count(lists.pairs.size(), "tags of rare words")};
+    for (int k = 0; k < data.n; ++k) lists.pairs.push_back({data.tag[k], data.prob[k]});
+    lists.endings.push_back({keys.ending, first, data.n});
+    lists.beginnings.push_back({keys.beginning, first, data.n});
   }
-  sort_by_key(endings);
-  sort_by_key(beginnings);
+  return lists;
 }
 
-Guesser::Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Warn warn)
+Guesser::Guesser(const Tables& tables, std::shared_ptr<RareWords> rare_words, Warn warn)
     : tables_(tables),
       rare_words_(std::move(rare_words)),
       warn_(std::move(warn)),
-      endings_(rare_words_->endings),
-      beginnings_(rare_words_->beginnings),
       result_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
       by_beginning_(tables.fullex.A_Priori_Tag_Prob_Fac.size()),
       sums_(tables.fullex.A_Priori_Tag_Prob_Fac.size()) {}
 
-Guesser::Table::Table(const std::vector<RareWords::word_t>& its_words)
-    : words(its_words), numbers((words.size() / Long_Row + 1) * (Key_Bytes + 1), -1) {}
-
-const Guesser::row_t& Guesser::summed_row(Table& table, const step_t& step) {
-  const auto place = static_cast<size_t>(step.begin - table.words.data()) / Long_Row;
-  int32_t& number = table.numbers[place * (Key_Bytes + 1) + static_cast<size_t>(step.bits / 8)];
-  if (number >= 0) return table.rows[static_cast<size_t>(number)];
+const std::vector<RareWords::pair_t>& Guesser::summed(RareWords::table_t& table,
+                                                      const RareWords::row_t& row) {
+  const size_t slot = table.slot(row);
+  if (const auto* const known = table.sums.get(slot)) return *known;
   sums_.clear();
-  add_words(step, 1.0, sums_);
-  number = static_cast<int32_t>(table.rows.size());
-  row_t& row = table.rows.emplace_back();
+  add_words(row, 1.0, sums_);
+  auto sum = std::make_unique<std::vector<RareWords::pair_t>>();
   for (const int32_t tag : sums_.tags())
-    if (sums_[tag] > 0.0) row.push_back({tag, static_cast<float>(sums_[tag])});
-  return row;
+    if (sums_[tag] > 0.0) sum->push_back({tag, static_cast<float>(sums_[tag])});
+  return table.sums.put(slot, std::move(sum));
 }
 
-void Guesser::add_row(Table& table, const step_t& step, double weight, TagWeights& sum) {
-  if (static_cast<size_t>(step.end - step.begin) < Long_Row) return add_words(step, weight, sum);
-  for (const RareWords::pair_t& pair : summed_row(table, step)) sum.add(pair.tag, weight * pair.probability);
+void Guesser::add_row(RareWords::table_t& table, const RareWords::row_t& row, double weight,
+                      TagWeights& sum) {
+  if (row.size() < RareWords::Long_Row) return add_words(row, weight, sum);
+  for (const RareWords::pair_t& pair : summed(table, row)) sum.add(pair.tag, weight * pair.probability);
 }
 
-void Guesser::add_words(const step_t& step, double weight, TagWeights& sum) const {
-  for (const RareWords::word_t* word = step.begin; word != step.end; ++word) {
+void Guesser::add_words(const RareWords::row_t& row, double weight, TagWeights& sum) const {
+  for (const RareWords::word_t* word = row.begin; word != row.end; ++word) {
     const RareWords::pair_t* const pairs = rare_words_->pairs.data() + word->first_pair;
     for (int k = 0; k < word->number_of_pairs; ++k) sum.add(pairs[k].tag, weight * pairs[k].probability);
   }
 }
 
-const Guesser::shape_t& Guesser::shape_of(uint64_t key) {
-  const uint64_t shape = key >> (Key_Bits - Shape_Bits);
-  const auto place = shapes_.find(shape);
-  return place != shapes_.end() ? place->second : shapes_.emplace(shape, make_shape(key)).first->second;
+const RareWords::shape_t& Guesser::shape_of(uint64_t key, int bits) {
+  const uint64_t slot = uint64_t{1} << bits | (bits > 0 ? key >> (Key_Bits - bits) : 0);
+  if (const auto* const known = rare_words_->shapes.get(slot)) return *known;
+  return rare_words_->shapes.put(slot, std::make_unique<RareWords::shape_t>(make_shape(key, bits)));
 }
 
-// The distribution of a shape, all rare words of it in account; the steps before the first byte.
-Guesser::shape_t Guesser::make_shape(uint64_t key) {
+// The distribution of what these bits tell of a shape, all rare words of it in account: the steps before the first byte.
+RareWords::shape_t Guesser::make_shape(uint64_t key, int bits) {
   const size_t tags = tables_.fullex.A_Priori_Tag_Prob_Fac.size();
-  shape_t shape{std::vector<double>(tags, Any_Tag_Share / static_cast<double>(tags)), {}, {}};
-  const ANODE& open_classes = tables_.affixes.Open_Class_Node();
-  for (int i = 0; i < open_classes.number; ++i) {
-    const tagprob_t& pair = open_classes.tagprob[i];
-    shape.probability[static_cast<size_t>(pair.tag)] += (1.0 - Any_Tag_Share) * std::max(pair.prob, 0.0f);
-  }
-  TagWeights sum(tags);
-  for (const int bits : {0, Kind_Bits, Shape_Bits}) {
-    const auto before = [&](const RareWords::word_t& word, uint64_t k) { return word.key < k; };
-    const uint64_t low = bits == 0 ? 0 : first_bits(key, bits);
-    const uint64_t high = bits == 0 ? ~uint64_t{0} : low | ~uint64_t{0} >> bits;
-    const auto& words = endings_.words;
-    const auto begin = std::lower_bound(words.begin(), words.end(), low, before);
-    const auto end = bits == 0 ? words.end() : std::lower_bound(begin, words.end(), high, before);
-    if (begin == end) continue;
-    const double count = static_cast<double>(end - begin);
-    const double weight = weight_before(bits);
-    for (double& p : shape.probability) p *= weight / (count + weight);
-    const step_t step{&*begin, &*begin + (end - begin), Key_Bits, count};
-    sum.clear();
-    add_words(step, 1.0 / (count + weight), sum);
-    for (const int32_t tag : sum.tags()) shape.probability[static_cast<size_t>(tag)] += sum[tag];
-  }
+  RareWords::shape_t shape;
+  if (bits == 0)
+    shape.probability = open_class_distribution(tables_);
+  else
+    shape.probability = shape_of(key, bits == Shape_Bits ? Kind_Bits : 0).probability;
+  add_shape(key, bits, shape.probability);
   shape.tags.resize(tags);
   std::iota(shape.tags.begin(), shape.tags.end(), 0);
   const auto probability = [&](int32_t tag) { return shape.probability[static_cast<size_t>(tag)]; };
@@ -216,9 +218,26 @@ Guesser::shape_t Guesser::make_shape(uint64_t key) {
   return shape;
 }
 
+void Guesser::add_shape(uint64_t key, int bits, std::vector<double>& probability) const {
+  const auto before = [](const RareWords::word_t& word, uint64_t k) { return word.key < k; };
+  const uint64_t low = bits == 0 ? 0 : first_bits(key, bits);
+  const uint64_t high = bits == 0 ? ~uint64_t{0} : low | ~uint64_t{0} >> bits;
+  const auto& words = rare_words_->endings.words;
+  const auto begin = std::lower_bound(words.begin(), words.end(), low, before);
+  const auto end = bits == 0 ? words.end() : std::lower_bound(begin, words.end(), high, before);
+  if (begin == end) return;
+  const double count = static_cast<double>(end - begin);
+  const double weight = weight_before(bits);
+  for (double& p : probability) p *= weight / (count + weight);
+  TagWeights sum(probability.size());
+  add_words({&*begin, &*begin + (end - begin), bits}, 1.0 / (count + weight), sum);
+  for (const int32_t tag : sum.tags()) probability[static_cast<size_t>(tag)] += sum[tag];
+}
+
 // Follows a key's bytes. The steps are found from the shortest to the longest row and added the other way round, each with
 // the weight that the longer ones leave it. Returns the weight that is left for the distribution of the shape.
-double Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, TagWeights& result) {
+double Guesser::descend(RareWords::table_t& table, uint64_t key, const entrydata_t* entry,
+                        TagWeights& result) {
   const double own = entry != nullptr && rare_words_->is_rare(*entry) ? 1.0 : 0.0;
   const RareWords::word_t* begin = table.words.data();
   const RareWords::word_t* end = begin + table.words.size();
@@ -232,7 +251,7 @@ double Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, Ta
         std::upper_bound(begin, end, high, [](uint64_t k, const RareWords::word_t& w) { return k < w.key; });
     const double count = static_cast<double>(end - begin) - own;
     if (count < Least_Count) break;
-    steps_.push_back({begin, end, bits, count});
+    steps_.push_back({{begin, end, bits}, count});
     if ((key >> (Key_Bits - bits) & 0xFF) == Boundary) break;
   }
   result.clear();
@@ -241,7 +260,7 @@ double Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, Ta
     const step_t& step = steps_[i];
     const double weight = left / (step.count + Affix_Weight);
     if (weight * step.count > Negligible_Weight) {
-      add_row(table, step, weight, result);
+      add_row(table, step.row, weight, result);
       if (own > 0.0)
         for (int k = 0; k < entry->n; ++k) result.add(entry->tag[k], -weight * entry->prob[k]);
     }
@@ -254,14 +273,14 @@ double Guesser::descend(Table& table, uint64_t key, const entrydata_t* entry, Ta
 // The share of the beginning is its fourth root against that of the ending: its quotient over what the shape
 // alone gives counts only where it is clear.
 const TagWeights& Guesser::guess(const char* word, const entrydata_t* entry) {
-  if (endings_.words.empty()) {
+  if (rare_words_->endings.words.empty()) {
     guess_from_trees(word);
     return result_;
   }
   const word_keys_t keys = keys_of(word, tables_.UTF8_Processing, warn_);
-  const double left_by_ending = descend(endings_, keys.ending, entry, result_);
-  const double left_by_beginning = descend(beginnings_, keys.beginning, entry, by_beginning_);
-  const shape_t& shape = shape_of(keys.ending);
+  const double left_by_ending = descend(rare_words_->endings, keys.ending, entry, result_);
+  const double left_by_beginning = descend(rare_words_->beginnings, keys.beginning, entry, by_beginning_);
+  const RareWords::shape_t& shape = shape_of(keys.ending, Shape_Bits);
   size_t notable = 0;
   while (notable < shape.tags.size() &&
          left_by_ending * shape.probability[static_cast<size_t>(shape.tags[notable])] > Notable_Share)

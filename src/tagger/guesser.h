@@ -18,15 +18,15 @@
 #include <cstdint>
 #include <memory>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "model/tables.h"
+#include "support/shared_slots.h"
 #include "tagger/tag_weights.h"
 
 namespace orvelle {
 
-// What was learned from the rare words; does not change, so that guessers in several threads share it.
+// What was learned from the rare words. Guessers in several threads share it.
 class RareWords {
  public:
   struct word_t {
@@ -39,45 +39,23 @@ class RareWords {
     float probability;
   };
 
-  // Costs a sort of the rare entries. `warn` hears of word forms that are not UTF-8 though they should be.
-  RareWords(const Tables& tables, const Warn& warn);
+  // Words that follow each other in a table.
+  struct row_t {
+    const word_t* begin;
+    const word_t* end;
+    int bits;  // that their keys have in common, from the first on
 
-  bool is_rare(const entrydata_t& data) const { return data.freq >= 1 && data.freq <= rare_frequency_; }
-
-  std::vector<pair_t> pairs;  // the tags of the rare words side by side: their entries lie scattered
-  std::vector<word_t> endings, beginnings;  // by key
-
- private:
-  int rare_frequency_;
-};
-
-class Guesser {
- public:
-  // The tables must outlive the guesser.
-  Guesser(const Tables& tables, std::shared_ptr<const RareWords> rare_words, Warn warn);
-
-  // The distribution for a word form, without tags that have next to nothing. `entry` is the word form's own record, which
-  // is then left out of account, or null. Valid until: the next call.
-  const TagWeights& guess(const char* word, const entrydata_t* entry);
-
- private:
-  // The sum of the distributions of the words in a row.
-  using row_t = std::vector<RareWords::pair_t>;
-  struct Table {
-    explicit Table(const std::vector<RareWords::word_t>& its_words);
-
-    const std::vector<RareWords::word_t>& words;
-    std::vector<row_t> rows;  // long rows that were summed up
-    // Their numbers, -1 for a row that was not, by length of the key and the place of the first word. Long rows of one
-    // length do not overlap, so the places can be told apart without their last digits.
-    std::vector<int32_t> numbers;
+    size_t size() const { return static_cast<size_t>(end - begin); }
   };
-  // The words whose keys have the first `bits` bits in common.
-  struct step_t {
-    const RareWords::word_t* begin;
-    const RareWords::word_t* end;
-    int bits;
-    double count;  // words in the row but the one left out
+  struct table_t {
+    explicit table_t(std::vector<word_t> its_words);
+
+    // Where the sum of the distributions of a long row stands. Long rows of one length of the key do not overlap, so the
+    // places of their first words can be told apart without the last digits.
+    size_t slot(const row_t& row) const;
+
+    const std::vector<word_t> words;  // by key
+    SharedSlots<std::vector<pair_t>> sums;
   };
   // What a shape alone tells.
   struct shape_t {
@@ -85,21 +63,59 @@ class Guesser {
     std::vector<int32_t> tags;        // the most probable first
     std::vector<double> rest;         // for each of them, what it and those behind it have together; and 0
   };
+  static constexpr int Shape_Bits = 8;
+  static constexpr size_t Long_Row = 8;  // words from which on a row's sum is kept
 
-  void add_words(const step_t& step, double weight, TagWeights& sum) const;
-  void add_row(Table& table, const step_t& step, double weight, TagWeights& sum);
-  const row_t& summed_row(Table& table, const step_t& step);
-  double descend(Table& table, uint64_t key, const entrydata_t* entry, TagWeights& result);
-  const shape_t& shape_of(uint64_t key);
-  shape_t make_shape(uint64_t key);
+  // Costs a sort of the rare entries. `warn` hears of word forms that are not UTF-8 though they should be.
+  RareWords(const Tables& tables, const Warn& warn) : RareWords(collect(tables, warn)) {}
+
+  bool is_rare(const entrydata_t& data) const { return is_rare(data, rare_frequency_); }
+
+  const std::vector<pair_t> pairs;  // the tags of the rare words side by side: their entries lie scattered
+  table_t endings, beginnings;
+  // By the first bits of the key, of which there are up to Shape_Bits, with a 1 before them.
+  SharedSlots<shape_t> shapes{2 << Shape_Bits};
+
+ private:
+  struct lists_t {
+    int rare_frequency;
+    std::vector<pair_t> pairs;
+    std::vector<word_t> endings, beginnings;
+  };
+  static lists_t collect(const Tables& tables, const Warn& warn);
+  explicit RareWords(lists_t lists);
+
+  static bool is_rare(const entrydata_t& data, int most) { return data.freq >= 1 && data.freq <= most; }
+
+  int rare_frequency_;
+};
+
+class Guesser {
+ public:
+  // The tables must outlive the guesser.
+  Guesser(const Tables& tables, std::shared_ptr<RareWords> rare_words, Warn warn);
+
+  // The distribution for a word form, without tags that have next to nothing. `entry` is the word form's own record, which
+  // is then left out of account, or null. Valid until: the next call.
+  const TagWeights& guess(const char* word, const entrydata_t* entry);
+
+ private:
+  struct step_t {
+    RareWords::row_t row;
+    double count;  // words in the row but the one left out
+  };
+  void add_words(const RareWords::row_t& row, double weight, TagWeights& sum) const;
+  void add_row(RareWords::table_t& table, const RareWords::row_t& row, double weight, TagWeights& sum);
+  const std::vector<RareWords::pair_t>& summed(RareWords::table_t& table, const RareWords::row_t& row);
+  double descend(RareWords::table_t& table, uint64_t key, const entrydata_t* entry, TagWeights& result);
+  const RareWords::shape_t& shape_of(uint64_t key, int bits);
+  RareWords::shape_t make_shape(uint64_t key, int bits);
+  void add_shape(uint64_t key, int bits, std::vector<double>& probability) const;
   void guess_from_trees(const char* word);
 
   const Tables& tables_;
-  std::shared_ptr<const RareWords> rare_words_;
+  std::shared_ptr<RareWords> rare_words_;
   Warn warn_;
-  Table endings_;
-  Table beginnings_;
-  std::unordered_map<uint64_t, shape_t> shapes_;  // by the shape's byte
   TagWeights result_;
   TagWeights by_beginning_;
   TagWeights sums_;

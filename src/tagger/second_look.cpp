@@ -20,7 +20,6 @@ namespace {
 
 constexpr double Least_Open_Share = 0.01;  // of the probability of the best tag, for a tag to be left open
 constexpr double Sixteen = 16.0;           // the unit of a temperature
-constexpr int Rare_Frequency = 10;  // a word form seen less often shows more of its beginning and ending
 constexpr uint32_t Unlisted = 0x5bd1e995;  // a part of tags that the lexicon does not list
 
 uint32_t mixed(uint64_t x) {
@@ -33,20 +32,6 @@ uint32_t feature(uint32_t kind, uint32_t a, uint32_t b = 0) {
   return mixed((uint64_t{a} << 32 | b) ^ mixed(kind + 1) * uint64_t{0x100000001});
 }
 
-uint32_t hash_of(std::string_view text) { return hash_bytes(text) | 1; }  // never 0
-
-// What kinds of characters there are, and where capitals are.
-uint32_t shape_of(std::string_view form, bool starts_with_capital) {
-  const auto any = [form](auto is) { return std::any_of(form.begin(), form.end(), is); };
-  const bool is_long = form.size() > 1;
-  return 1u | static_cast<uint32_t>(starts_with_capital) << 1 |
-         static_cast<uint32_t>(is_long && std::any_of(form.begin() + 1, form.end(), is_ascii_capital)) << 2 |
-         static_cast<uint32_t>(any(is_ascii_small)) << 3 | static_cast<uint32_t>(any(is_digit)) << 4 |
-         static_cast<uint32_t>(form.find('-') != form.npos) << 5 |
-         static_cast<uint32_t>(form.find_first_of(".@/:") != form.npos) << 6 |
-         static_cast<uint32_t>(!std::ranges::all_of(form, is_ascii)) << 7;
-}
-
 // The parts of a tag, between the marks that tagsets use.
 std::vector<uint32_t> parts_of(std::string_view tag) {
   constexpr std::string_view Marks = ":|-+";
@@ -55,7 +40,7 @@ std::vector<uint32_t> parts_of(std::string_view tag) {
     const size_t end = std::min(tag.find_first_of(Marks, start), tag.size());
     if (end > start && end - start < tag.size())
       parts.push_back(
-          mixed(hash_of(tag.substr(start, end - start)) + (start == 0 ? 1ull << 33 : 1ull << 34)));
+          mixed(view_hash(tag.substr(start, end - start)) + (start == 0 ? 1ull << 33 : 1ull << 34)));
     start = end + 1;
   }
   return parts;
@@ -71,11 +56,11 @@ void raise(std::span<double> probabilities, double power) {
 
 }  // namespace
 
-SecondLookView::SecondLookView(const Tables& tables, bool splits_tags) : tables_(tables) {
+SecondLookView::SecondLookView(const Tables& tables, bool splits_tags) {
   std::unordered_map<uint32_t, uint32_t> numbers;
   for (int tag = 0; tag < tables.fullex.tagset.Number_of_Tags; ++tag) {
     const std::string_view name = tables.tag_name(tag);
-    std::vector<uint32_t> hashes(1, mixed(hash_of(name)));
+    std::vector<uint32_t> hashes(1, mixed(view_hash(name)));
     if (splits_tags) std::ranges::copy(parts_of(name), std::back_inserter(hashes));
     std::vector<uint32_t>& its_parts = tag_parts_.emplace_back();
     for (const uint32_t hash : hashes) {
@@ -84,35 +69,6 @@ SecondLookView::SecondLookView(const Tables& tables, bool splits_tags) : tables_
       if (std::ranges::find(its_parts, place->second) == its_parts.end()) its_parts.push_back(place->second);
     }
   }
-}
-
-word_view_t SecondLookView::view(std::string_view form) const {
-  form = form.substr(0, form.find('\0'));
-  word_view_t view;
-  const bool utf8 = tables_.UTF8_Processing;
-  const std::string word(form);
-  const bool ascii = std::ranges::all_of(word, is_ascii);
-  std::string lower = word;
-  if (ascii)
-    std::ranges::transform(word, lower.begin(), ascii_lower);
-  else
-    lower = all_to_lower(word.c_str(), utf8, {});
-  view.form = hash_of(form);
-  view.lower = hash_of(lower);
-  const std::string_view small = lower;
-  for (size_t n = 1; n <= std::min(view.Longest_Suffix, small.size()); ++n)
-    view.suffixes[n - 1] = hash_of(small.substr(small.size() - n));
-  for (size_t n = 1; n <= std::min(view.Longest_Prefix, small.size()); ++n)
-    view.prefixes[n - 1] = hash_of(small.substr(0, n));
-  const bool capital =
-      ascii ? !word.empty() && is_ascii_capital(word[0]) : is_upper(word.c_str(), utf8, {}) != 0;
-  view.shape = shape_of(form, capital);
-  const entry_t* const entry = tables_.fullex.lexicon.find_entry(form);
-  const int frequency = entry != nullptr ? std::max(entry->data->freq, 0) : 0;
-  view.is_rare = frequency < Rare_Frequency;
-  if (entry != nullptr || !tables_.extras.added.find(form).empty())
-    view.experience = 1 + static_cast<uint32_t>(std::bit_width(static_cast<uint32_t>(frequency)));
-  return view;
 }
 
 void SecondLookView::view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view) {
@@ -132,22 +88,15 @@ void SecondLookView::view_open_tags(candidates_t candidates, const double* poste
   view.best_tag = tag_hash(candidates[best].tag);
 }
 
-void SecondLookView::see(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
-                         std::span<const double> posteriors) {
+void SecondLookView::see(std::span<const Candidates::word_t> words, std::span<const double> posteriors) {
   views_.assign(before_.begin(), before_.end());
   open_.clear();
   open_starts_.assign(1, 0);
-  for (const Candidates::word_t& word : words)
-    if (static_cast<size_t>(word.number) < known_.size())
-      __builtin_prefetch(&known_[static_cast<size_t>(word.number)]);
   const double* of_word = posteriors.data();
-  for (size_t i = 0; i < forms.size(); ++i) {
-    const auto number = static_cast<size_t>(words[i].number);
-    if (number >= known_.size()) known_.resize(number + number / 2 + 1);
-    if (known_[number].form == 0) known_[number] = view(forms[i]);
-    views_.push_back(known_[number]);
-    view_open_tags(words[i].candidates, of_word, views_.back());
-    of_word += words[i].candidates.size();
+  for (const Candidates::word_t& word : words) {
+    views_.push_back(*word.view);
+    view_open_tags(word.candidates, of_word, views_.back());
+    of_word += word.candidates.size();
     open_starts_.push_back(open_.size());
   }
   views_.resize(views_.size() + Reach);
@@ -237,10 +186,9 @@ SecondLook::SecondLook(const Tables& tables)
       bits_(std::countr_zero(weights_.table.size())),
       view_(tables, weights_.splits_tags) {}
 
-void SecondLook::look(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
-                      std::span<double> posteriors) {
+void SecondLook::look(std::span<const Candidates::word_t> words, std::span<double> posteriors) {
   constexpr size_t Reach = SecondLookView::Reach_of_Tags;
-  view_.see(forms, words, posteriors);
+  view_.see(words, posteriors);
   first_.assign(posteriors.begin(), posteriors.end());
   changed_.assign(words.size() + 2 * Reach, 0);
   char* const changed = changed_.data() + Reach;

@@ -25,25 +25,6 @@
 
 namespace orvelle {
 
-// What the features of a place see of a word: hashes, 0 for what is not there.
-struct alignas(64) word_view_t {
-  static constexpr size_t Longest_Suffix = 5, Longest_Prefix = 3;
-
-  uint32_t form = 0;   // as it stands
-  uint32_t lower = 0;  // in small letters
-  // Its last bytes, one more in each of them, and its first bytes.
-  std::array<uint32_t, Longest_Suffix> suffixes{};
-  std::array<uint32_t, Longest_Prefix> prefixes{};
-  uint32_t shape = 0;
-  bool is_rare = false;
-  uint32_t experience = 0;  // how often the training met it: 0 unlisted, 1 never, then by powers of two
-  uint32_t open_tags = 0;   // the tags that are left open
-  uint32_t best_tag = 0;    // of the first pass, or what the second look chose
-
-  uint32_t suffix(size_t bytes) const { return suffixes[bytes - 1]; }
-  uint32_t prefix(size_t bytes) const { return prefixes[bytes - 1]; }
-};
-
 // What has weights of the tags of a word that are left open: the tags; of their parts, those that not all of them have;
 // and that the lexicon does not list a tag. Tags have parts in common, so each part stands once.
 struct open_parts_t {
@@ -64,18 +45,15 @@ class SecondLookView {
   static constexpr size_t Reach = 3;          // words before and behind a place
   static constexpr size_t Reach_of_Tags = 2;  // those whose tag matters
 
-  // The tables must outlive the object. `splits_tags`: the parts of a tag have weights too.
+  // `splits_tags`: the parts of a tag have weights too.
   SecondLookView(const Tables& tables, bool splits_tags);
 
   // Sees a text whose words have these candidates and these posteriors, one word behind the other. The words before it
   // are those that were settled.
-  void see(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
-           std::span<const double> posteriors);
+  void see(std::span<const Candidates::word_t> words, std::span<const double> posteriors);
   // As in Tagger.
   void settle(size_t words);
   void end_sentence();
-  // The numbers of word forms begin anew.
-  void forget() { known_.clear(); }
 
   // The tag that a word was given stands for it from now on; returns whether another one did.
   bool take(size_t word, const candidate_t& chosen);
@@ -101,12 +79,9 @@ class SecondLookView {
 
   uint32_t tag_hash(int32_t tag) const { return parts_[tag_parts_[static_cast<size_t>(tag)][0]].hash; }
   void add_part(part_t& part);
-  word_view_t view(std::string_view form) const;
   void view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view);
 
-  const Tables& tables_;
-  std::vector<word_view_t> known_;  // by the number of the word form; no form: not seen yet
-  std::vector<part_t> parts_;       // of all tags
+  std::vector<part_t> parts_;  // of all tags
   std::vector<std::vector<uint32_t>>
       tag_parts_;                            // by tag its parts, each once; the tag itself first, by its name
   std::array<word_view_t, Reach> before_{};  // what was settled, the nearest last
@@ -131,14 +106,12 @@ class SecondLook {
 
   // Replaces the probabilities of the tags left open, which keep their sum. `posteriors` are those of all candidates, one
   // word behind the other.
-  void look(std::span<const std::string_view> forms, std::span<const Candidates::word_t> words,
-            std::span<double> posteriors);
+  void look(std::span<const Candidates::word_t> words, std::span<double> posteriors);
   // Brings what look gave to the temperature of the model, so that probabilities are right as often as they say.
   void temper(std::span<const Candidates::word_t> words, std::span<double> posteriors) const;
 
   void settle(size_t words) { view_.settle(words); }
   void end_sentence() { view_.end_sentence(); }
-  void forget() { view_.forget(); }
 
  private:
   void sum_weights(std::span<const uint32_t> features, std::span<const uint32_t> parts);

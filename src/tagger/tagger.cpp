@@ -37,7 +37,7 @@ struct Tagger::Parts {
     return std::span(posteriors).subspan(starts[word], end - starts[word]);
   }
 
-  void find_posteriors(std::span<const std::string_view> forms) {
+  void find_posteriors() {
     posteriors.clear();
     first.posteriors(posteriors);
     starts.clear();
@@ -47,7 +47,7 @@ struct Tagger::Parts {
       start += word.candidates.size();
     }
     if (!second_look) return;
-    second_look->look(forms, first.words(), posteriors);
+    second_look->look(first.words(), posteriors);
     if (with_posteriors) second_look->temper(first.words(), posteriors);
   }
 
@@ -86,9 +86,8 @@ Tagger::~Tagger() = default;
 void Tagger::tag(std::span<const std::string_view> forms, bool with_posteriors) {
   Parts& p = *parts_;
   p.with_posteriors = with_posteriors;
-  const bool began_anew = p.first.find(forms);
-  if (began_anew && p.second_look) p.second_look->forget();
-  if (with_posteriors || p.by_word) p.find_posteriors(forms);
+  p.first.find(forms);
+  if (with_posteriors || p.by_word) p.find_posteriors();
   if (p.by_word)
     p.choose_most_probable();
   else

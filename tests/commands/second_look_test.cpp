@@ -60,7 +60,7 @@ struct seen_text_t {
         view(tables, splits_tags) {
     first.find(forms);
     first.posteriors(posteriors);
-    view.see(forms, first.words(), posteriors);
+    view.see(first.words(), posteriors);
   }
   const Tables& tables;
   FirstPass first;
@@ -109,7 +109,7 @@ TEST(SecondLook, DoesWhatTheFormulaSays) {
     seen_text_t text(model, forms, splits);
     SecondLook looking(text.tables);
     std::vector<double> got = text.posteriors;
-    looking.look(forms, text.first.words(), got);
+    looking.look(text.first.words(), got);
     const std::vector<double> expected = look_slowly(text, weights);
     ASSERT_EQ(got.size(), expected.size());
     int changed = 0;
