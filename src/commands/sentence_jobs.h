@@ -84,30 +84,27 @@ class SentenceJobs {
   };
 
   void read(ProgressLine& progress) {
-    while (in_.next()) {
-      if (is_alone_)
-        take_line_alone();
-      else
-        collect_line();
-      if (in_.number() % 4096 == 0) progress.update(in_.bytes_read(), in_.size());
+    constexpr int64_t Lines_to_Tell = 4096;
+    int64_t told = 0;
+    for (std::string_view lines; !(lines = in_.next_lines()).empty();) {
+      if (is_alone_) lines = take_alone(lines);
+      if (!lines.empty()) collect(lines);
+      if (in_.number() - told < Lines_to_Tell) continue;
+      progress.update(in_.bytes_read(), in_.size());
+      told = in_.number();
     }
   }
 
-  // Calls `action(line, number)` for each line of the text.
-  template <class Action>
-  static void for_each_line(std::string_view text, int64_t number, Action action) {
-    for (; !text.empty(); ++number) {
-      const size_t newline = text.find('\n');
-      const std::string_view line = text.substr(0, newline == text.npos ? newline : newline + 1);
-      action(line, number);
-      text.remove_prefix(line.size());
-    }
+  static std::string_view first_line(std::string_view text) {
+    const size_t newline = text.find('\n');
+    return text.substr(0, newline == text.npos ? newline : newline + 1);
   }
 
   static void run_batch(Worker& worker, batch_t& batch) {
     try {
-      for_each_line(batch.text, batch.first_line,
-                    [&](std::string_view line, int64_t number) { worker.take_line(line, number); });
+      int64_t number = batch.first_line;
+      for (std::string_view lines = batch.text, line; !lines.empty(); lines.remove_prefix(line.size()))
+        worker.take_line(line = first_line(lines), number++);
       worker.end_text();
     } catch (...) {
       batch.result = worker.take_result();
@@ -116,19 +113,30 @@ class SentenceJobs {
     batch.result = worker.take_result();
   }
 
-  void collect_line() {
-    text_ += in_.line_with_end();
-    if (alone_.ends_sentence(in_.line_with_end())) whole_ = text_.size();
+  void collect(std::string_view lines) {
+    const size_t known = text_.size();
+    text_ += lines;
+    find_whole(known);
     if (whole_ >= Batch_Size || in_.would_wait()) send_whole();
     if (text_.size() - whole_ > Longest_Wait) go_alone();
+  }
+
+  // The last line that ends a sentence, if it stands behind `known` bytes, which end with a line.
+  void find_whole(size_t known) {
+    for (size_t end = text_.size(), start; end > known; end = start) {
+      const size_t newline = std::string_view(text_).substr(0, end - 1).rfind('\n');
+      start = newline == text_.npos ? 0 : newline + 1;
+      if (!alone_.ends_sentence(std::string_view(text_).substr(start, end - start))) continue;
+      whole_ = end;
+      return;
+    }
   }
 
   void send_whole() {
     if (whole_ == 0) return;
     std::string batch = std::exchange(text_, text_.substr(whole_));
     batch.resize(std::exchange(whole_, 0));
-    const int64_t first_line = next_line_;
-    next_line_ += std::ranges::count(batch, '\n');
+    const int64_t first_line = std::exchange(next_line_, in_.number() + 1 - std::ranges::count(text_, '\n'));
     jobs_->add({std::move(batch), first_line});  // throws what an earlier job threw
   }
 
@@ -136,23 +144,19 @@ class SentenceJobs {
     send_whole();
     jobs_->finish();
     is_alone_ = true;
-    for_each_line(text_, next_line_,
-                  [&](std::string_view line, int64_t number) { alone_line(line, number); });
-    text_.clear();
-    take_(alone_.take_result(), true);
+    take_alone(std::exchange(text_, {}));
   }
 
-  void take_line_alone() {
-    alone_line(in_.line_with_end(), in_.number());
-    const bool ends_sentence = jobs_ && alone_.ends_sentence(in_.line_with_end());
-    taken_ += in_.line().size();
-    const bool would_wait = in_.would_wait();
-    if (!ends_sentence && !would_wait && taken_ < Batch_Size) return;
-    taken_ = 0;
-    take_(alone_.take_result(), would_wait);
-    if (!ends_sentence) return;
-    is_alone_ = false;
-    next_line_ = in_.number() + 1;
+  // Returns what stands behind the long sentence, which is for the threads again.
+  std::string_view take_alone(std::string_view lines) {
+    while (is_alone_ && !lines.empty()) {
+      const std::string_view line = first_line(lines);
+      alone_line(line, next_line_++);
+      lines.remove_prefix(line.size());
+      is_alone_ = !jobs_ || !alone_.ends_sentence(line);
+    }
+    take_(alone_.take_result(), lines.empty() && in_.would_wait());
+    return lines;
   }
 
   void alone_line(std::string_view line, int64_t number) {
@@ -168,7 +172,6 @@ class SentenceJobs {
   Worker alone_;  // of the thread that reads
   std::function<void(result_t, bool)> take_;
   bool is_alone_;
-  size_t taken_ = 0;                          // bytes that alone_ got since its last result was taken
   std::string text_;                          // lines that wait
   size_t whole_ = 0;                          // bytes of them that are whole sentences
   int64_t next_line_ = 1;                     // number of the first of them

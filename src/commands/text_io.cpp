@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -18,6 +19,8 @@
 namespace orvelle {
 
 namespace {
+
+constexpr size_t Most_at_Once = 1 << 16;  // bytes that one read asks for
 
 bool is_standard(const char* name) { return std::strcmp(name, "-") == 0; }
 
@@ -41,7 +44,7 @@ int64_t regular_size(int descriptor) {
 TextInput::TextInput(const char* name)
     : descriptor_(is_standard(name) ? STDIN_FILENO : open(name, O_RDONLY | O_CLOEXEC)),
       shown_name_(shown_name(name, "standard input")),
-      capacity_(1 << 16),
+      capacity_(Most_at_Once),
       buffer_(std::make_unique_for_overwrite<char[]>(capacity_)) {
   if (descriptor_ < 0) stop_with_error_number("open", shown_name_);
   size_ = regular_size(descriptor_);
@@ -66,7 +69,7 @@ bool TextInput::fill() {
     buffer_ = std::move(larger);
     capacity_ *= 2;
   }
-  const std::span<char> room(buffer_.get() + end_, capacity_ - end_);
+  const std::span<char> room(buffer_.get() + end_, std::min(capacity_ - end_, Most_at_Once));
   const size_t got = unpacker_ ? unpacker_->read(room) : read_raw(room);
   checksum_.add({room.data(), got});
   end_ += got;
@@ -113,26 +116,35 @@ void TextInput::drop_byte_order_mark() {
   if (had_byte_order_mark_) scanned_ = next_ = Mark.size();
 }
 
-bool TextInput::next() {
-  for (;;) {
-    const char* start = buffer_.get() + next_;
-    const void* newline = std::memchr(buffer_.get() + scanned_, '\n', end_ - scanned_);
-    if (newline != nullptr) {
-      line_ = {start, static_cast<size_t>(static_cast<const char*>(newline) - start)};
-      has_end_ = true;
-      scanned_ = next_ += line_.size() + 1;
-      break;
-    }
+std::string_view TextInput::take_until(size_t end) {
+  const std::string_view text(buffer_.get() + next_, end - next_);
+  scanned_ = next_ = end;
+  return text;
+}
+
+// Up to the line end that `find` chooses; at the end of the file all that is left.
+template <class Find>
+std::string_view TextInput::take_lines(Find find) {
+  do {
+    const size_t newline = find(std::string_view(buffer_.get() + scanned_, end_ - scanned_));
+    if (newline != std::string_view::npos) return take_until(scanned_ + newline + 1);
     scanned_ = end_;
-    if (fill()) continue;
-    if (next_ == end_) return false;
-    line_ = {buffer_.get() + next_, end_ - next_};
-    has_end_ = false;
-    scanned_ = next_ = end_;
-    break;
-  }
+  } while (fill());
+  return take_until(end_);
+}
+
+bool TextInput::next() {
+  line_ = take_lines([](std::string_view text) { return text.find('\n'); });
+  if (line_.empty()) return false;
+  line_.remove_suffix(line_.ends_with('\n'));
   ++number_;
   return true;
+}
+
+std::string_view TextInput::next_lines() {
+  const std::string_view lines = take_lines([](std::string_view text) { return text.rfind('\n'); });
+  number_ += std::ranges::count(lines, '\n') + (!lines.empty() && !lines.ends_with('\n'));
+  return lines;
 }
 
 bool TextInput::would_wait() const {

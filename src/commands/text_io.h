@@ -32,12 +32,13 @@ class TextInput {
 
   // Goes to the next line; false at the end of the file.
   bool next();
+  // Goes behind all whole lines that are at hand, after waiting for one, and returns them with their LFs, which only the
+  // last line of the file may lack; empty at the end of the file. Valid until: the next call of either.
+  std::string_view next_lines();
 
   // The line without its LF; a CR stays. Valid until: next.
   std::string_view line() const { return line_; }
-  // The line with its LF, which only the last line may lack.
-  std::string_view line_with_end() const { return {line_.data(), line_.size() + has_end_}; }
-  int64_t number() const { return number_; }  // of the line, from 1
+  int64_t number() const { return number_; }  // of the last line gone to, from 1
 
   // What was not taken yet, so much of it that `is_enough` holds of it, or all there is, up to a megabyte. Valid until:
   // next.
@@ -64,6 +65,9 @@ class TextInput {
 
  private:
   bool fill();  // false at the end of the file
+  std::string_view take_until(size_t end);
+  template <class Find>
+  std::string_view take_lines(Find find);
   size_t read_raw(std::span<char> room);
   void look_for_compression();
   void drop_byte_order_mark();
@@ -77,8 +81,7 @@ class TextInput {
   std::unique_ptr<char[]> buffer_;
   size_t next_ = 0;  // what was not handed out yet: buffer_[next_] to buffer_[end_ - 1]
   size_t end_ = 0;
-  size_t scanned_ = 0;  // no LF stands between next_ and here
-  bool has_end_ = false;
+  size_t scanned_ = 0;                  // no LF stands between next_ and here
   std::unique_ptr<Unpacker> unpacker_;  // null for a file that is not compressed
   std::string raw_;                     // what was read of it to tell
   bool had_byte_order_mark_ = false;

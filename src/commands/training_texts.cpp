@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "commands/training_texts.h"
 
+#include <string_view>
+
 #include "commands/text_io.h"
 
 namespace orvelle {
@@ -15,7 +17,7 @@ training_text_t read_whole(const char* name) {
   TextInput in(name);
   training_text_t result{in.name(), {}};
   if (in.had_byte_order_mark()) result.text = "\xEF\xBB\xBF";
-  while (in.next()) result.text.append(in.line_with_end());
+  for (std::string_view lines; !(lines = in.next_lines()).empty();) result.text += lines;
   return result;
 }
 

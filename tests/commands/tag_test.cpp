@@ -217,6 +217,11 @@ TEST_F(TaggingTest, AnyNumberOfJobsGivesTheSame) {
   EXPECT_EQ(many.err, alone.err);
   EXPECT_TRUE(alone.out == many.out);
   EXPECT_EQ(count_of(alone.out, "\tthe\tthe\tX\tDT"), 2000);
+  // Behind a sentence that one thread had to itself the lines are counted on.
+  dir_.write("text", times(60000, conllu_line("1", "a", "_", "_")) + "\n" +
+                         times(2000, conllu_line("1", "the", "_", "_") + "\n") + "x\n");
+  EXPECT_EQ(orvelle("tag --conllu --jobs 2 par text").err,
+            "orvelle tag: text:64002: not a CoNLL-U line of ten columns: x\n");
 }
 
 // The lexicon had CR LF ends, which become part of its lemmas.
