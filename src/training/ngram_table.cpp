@@ -5,6 +5,7 @@
 #include "training/ngram_table.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 
 #include "support/errors.h"
@@ -19,6 +20,19 @@ constexpr size_t Group_Size = 32;  // n-grams whose memory is asked for together
 bool is_same(const uint16_t* a, const uint16_t* b, size_t length) {
   while (length > 0 && a[length - 1] == b[length - 1]) --length;
   return length == 0;
+}
+
+constexpr size_t Tag_Bits = 16;
+
+// The tags of a packed n-gram, the newest in the highest bits, as they are one tag later.
+uint64_t with_tag(uint64_t tags, uint16_t tag) { return tags >> Tag_Bits | uint64_t{tag} << (64 - Tag_Bits); }
+
+uint32_t hash_of(uint64_t packed) {
+  return static_cast<uint32_t>((packed ^ packed >> 32) * 0x9E3779B97F4A7C15 >> 32);
+}
+
+std::string_view bytes_of(const uint64_t& packed) {
+  return {reinterpret_cast<const char*>(&packed), sizeof packed};
 }
 
 bool ends_tag(char c) { return c == ' ' || c == '\t' || c == '\n'; }
@@ -58,41 +72,82 @@ void NGramCounter::fail_at(context_tag_t context, std::string_view line) {
 void NGramCounter::count_window() {
   if (window_.size() < length_ || !is_stored()) return;
   const size_t ngrams = window_.size() - length_ + 1;
-  for (size_t i = 0; i < ngrams; i += Group_Size)
-    count_ngrams(window_.data() + i, std::min(Group_Size, ngrams - i));
+  for (size_t i = 0; i < ngrams; i += Group_Size) {
+    const size_t size = std::min(Group_Size, ngrams - i);
+    if (is_packed())
+      count_packed(window_.data() + i, size);
+    else
+      count_ngrams(window_.data() + i, size);
+  }
   window_.erase(window_.begin(), window_.begin() + static_cast<std::ptrdiff_t>(ngrams));
 }
 
 void NGramCounter::count_ngrams(const uint16_t* first, size_t ngrams) {
-  uint32_t hashes[Group_Size];
-  for (size_t i = 0; i < ngrams; ++i) index_.prefetch(hashes[i] = hash_bytes(bytes(first + i)));
-  int likely[Group_Size];
+  std::array<uint32_t, Group_Size> hashes;
+  for (size_t i = 0; i < ngrams; ++i) hashes[i] = hash_bytes(bytes(first + i));
+  const auto place = [this](size_t number) { return &tags_[number * length_]; };
+  const auto is_at = [&](size_t number, size_t i) { return is_same(first + i, place(number), length_); };
+  const auto key_at = [&](int number) { return bytes(place(static_cast<size_t>(number))); };
+  count_group(std::span(hashes).first(ngrams), place, is_at, [&](size_t i) {
+    return number_of(bytes(first + i), hashes[i], key_at,
+                     [&] { tags_.insert(tags_.end(), first + i, first + i + length_); });
+  });
+}
+
+void NGramCounter::count_packed(const uint16_t* first, size_t ngrams) {
+  std::array<uint64_t, Group_Size> packed;
+  std::array<uint32_t, Group_Size> hashes;
+  uint64_t last_tags = 0;
+  for (size_t k = 0; k + 1 < length_; ++k) last_tags = with_tag(last_tags, first[k]);
   for (size_t i = 0; i < ngrams; ++i) {
+    last_tags = with_tag(last_tags, first[i + length_ - 1]);
+    packed[i] = last_tags >> Tag_Bits * (Longest_Packed - length_);
+    hashes[i] = hash_of(packed[i]);
+  }
+  const auto place = [this](size_t number) { return &packed_[number]; };
+  const auto is_at = [&](size_t number, size_t i) { return packed_[number] == packed[i]; };
+  const auto key_at = [&](int number) { return bytes_of(packed_[static_cast<size_t>(number)]); };
+  count_group(std::span(hashes).first(ngrams), place, is_at, [&](size_t i) {
+    return number_of(bytes_of(packed[i]), hashes[i], key_at, [&] { packed_.push_back(packed[i]); });
+  });
+}
+
+// Counts the n-grams that have these hashes. `place(number)` is where one lies that has a number, `is_at(number, i)` says
+// whether the i-th of the group is that one, and `number_of(i)` finds its number where it is not the likely one.
+template <class Place, class IsAt, class NumberOf>
+void NGramCounter::count_group(std::span<const uint32_t> hashes, Place place, IsAt is_at,
+                               NumberOf number_of) {
+  for (const uint32_t hash : hashes) index_.prefetch(hash);
+  std::array<int, Group_Size> likely;
+  for (size_t i = 0; i < hashes.size(); ++i) {
     likely[i] = index_.candidate(hashes[i]);
     if (likely[i] < 0) continue;
     __builtin_prefetch(&counts_[static_cast<size_t>(likely[i])], 1);
-    __builtin_prefetch(tags(static_cast<size_t>(likely[i])));
+    __builtin_prefetch(place(static_cast<size_t>(likely[i])));
   }
-  for (size_t i = 0; i < ngrams; ++i) {
+  for (size_t i = 0; i < hashes.size(); ++i) {
     const auto number = static_cast<size_t>(likely[i]);
-    if (likely[i] >= 0 && is_same(first + i, tags_.data() + number * length_, length_))
-      ++counts_[number];
-    else
-      count_other(first + i, hashes[i]);
+    ++counts_[likely[i] >= 0 && is_at(number, i) ? number : number_of(i)];
   }
 }
 
-// Counts an n-gram that is not the likely one, nearly always at its first sight.
-void NGramCounter::count_other(const uint16_t* ngram, uint32_t hash) {
-  const auto key_at = [this](int number) { return bytes(tags(static_cast<size_t>(number))); };
-  int number = index_.find(bytes(ngram), hash, key_at);
-  if (number < 0) {
-    number = static_cast<int>(counts_.size());
-    tags_.insert(tags_.end(), ngram, ngram + length_);
-    counts_.push_back(0);
-    index_.insert(bytes(ngram), hash, number);
-  }
-  ++counts_[static_cast<size_t>(number)];
+// Of an n-gram that is nearly always met for the first time; `store` stores it then.
+template <class KeyAt, class Store>
+size_t NGramCounter::number_of(std::string_view key, uint32_t hash, KeyAt key_at, Store store) {
+  const int known = index_.find(key, hash, key_at);
+  if (known >= 0) return static_cast<size_t>(known);
+  const size_t number = counts_.size();
+  store();
+  counts_.push_back(0);
+  index_.insert(key, hash, static_cast<int>(number));
+  return number;
+}
+
+void NGramCounter::unpack() {
+  tags_.reserve(packed_.size() * length_);
+  for (const uint64_t packed : packed_)
+    for (size_t k = 0; k < length_; ++k) tags_.push_back(static_cast<uint16_t>(packed >> Tag_Bits * k));
+  packed_ = {};
 }
 
 void NGramCounter::count_stretches() {
@@ -139,6 +194,7 @@ NGramTable::NGramTable(NGramCounter counter, int number_of_tags, const Progress&
     counter.count_stretches();
   counter.report(progress);
   counter.index_ = {};
+  counter.unpack();
   const size_t ngrams = counter.counts_.size();
   const auto predicted = [&](size_t i) { return counter.tags(i)[length_ - 1]; };
   std::vector<size_t> place(static_cast<size_t>(number_of_tags) + 1, 0);

@@ -9,6 +9,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -68,6 +69,9 @@ class NGramCounter {
   // Longer n-grams are not stored one by one, which would take their length times the memory of the corpus.
   static constexpr size_t Longest_Stored = 16;
   bool is_stored() const { return length_ <= Longest_Stored; }
+  // Short ones are told apart as numbers.
+  static constexpr size_t Longest_Packed = 4;
+  bool is_packed() const { return length_ <= Longest_Packed; }
 
   std::string_view bytes(const uint16_t* ngram) const {
     return {reinterpret_cast<const char*>(ngram), length_ * sizeof *ngram};
@@ -77,7 +81,12 @@ class NGramCounter {
   void fail_at(context_tag_t context, std::string_view line);
   void count_window();
   void count_ngrams(const uint16_t* first, size_t ngrams);
-  void count_other(const uint16_t* ngram, uint32_t hash);
+  void count_packed(const uint16_t* first, size_t ngrams);
+  template <class Place, class IsAt, class NumberOf>
+  void count_group(std::span<const uint32_t> hashes, Place place, IsAt is_at, NumberOf number_of);
+  template <class KeyAt, class Store>
+  size_t number_of(std::string_view key, uint32_t hash, KeyAt key_at, Store store);
+  void unpack();
   void count_stretches();
   void report(const Progress& progress) const;
 
@@ -87,6 +96,7 @@ class NGramCounter {
   // The last length_ - 1 tags, and those that wait to be counted; all tags of the corpus for n-grams that are not stored.
   std::vector<uint16_t> window_;
   std::vector<uint16_t> tags_;    // length_ tags an n-gram that is stored; else those of the corpus
+  std::vector<uint64_t> packed_;  // until all are counted: 16 bits a tag, the oldest in the lowest
   std::vector<uint32_t> starts_;  // of n-grams that are not stored: where they first occur in tags_
   std::vector<uint32_t> counts_;  // parallel to the n-grams
   StringIndex index_;             // from an n-gram, as bytes, to its number
