@@ -13,7 +13,7 @@ namespace orvelle {
 LineReader::LineReader(std::string_view text, PieceObserver* observer)
     : text_(text),
       observer_(observer),
-      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size + 1)),
+      buffer_(std::make_unique_for_overwrite<char[]>(Buffer_Size + Readable_Behind)),
       next_(buffer_.get()),
       end_(buffer_.get()) {}
 

@@ -19,6 +19,9 @@ class PieceObserver {
 
 class LineReader {
  public:
+  // Bytes behind the end of each line that may be read, whatever they are.
+  static constexpr size_t Readable_Behind = 16;
+
   // Reads from the stream's position. `name` is for the message of a failed read: error2 with "Can't read from input
   // file" and the name. The stream stays the caller's, as does the name.
   LineReader(FILE* file, const char* name, PieceObserver* observer = nullptr);
@@ -53,7 +56,7 @@ class LineReader {
   const char* name_ = nullptr;
   std::string_view text_;  // in memory: what was not read yet
   PieceObserver* observer_;
-  std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes and one for the NUL of terminated
+  std::unique_ptr<char[]> buffer_;  // Buffer_Size bytes and those that may be read behind them
   char* next_;                      // first byte not handed out yet
   char* end_;                       // end of what was read
   bool at_end_ = false;             // nothing is left behind end_

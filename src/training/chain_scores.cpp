@@ -33,7 +33,7 @@ ChainSearch::weights_t& ChainSearch::weights_of(int tags) {
     fresh.tags = tags;
     fresh.w = prior_weight(tags, settings_.Smoothing_Weight);
     fresh.share.resize(count_.size());
-    fresh.gone.resize(count_.size() * Small_Counts);
+    fresh.gone = std::make_unique_for_overwrite<double[]>(count_.size() * Small_Counts);
     // Summed here and not by sum_afresh: each addition waits for the one before, and the logarithms fill that time.
     double sum = 0.0;
     for (size_t k = 0; k < count_.size(); ++k) {
@@ -58,7 +58,7 @@ void ChainSearch::sum_afresh(weights_t& weights) {
 }
 
 void ChainSearch::forget_gone(weights_t& weights, size_t k) const {
-  double* gone = weights.gone.data() + k * Small_Counts;
+  double* gone = weights.gone.get() + k * Small_Counts;
   gone[0] = 0.0;
   std::fill_n(gone + 1, Small_Counts - 1, Unknown);
 }

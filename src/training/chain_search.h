@@ -12,6 +12,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <vector>
 
 #include "training/split_search.h"
@@ -71,7 +72,7 @@ class ChainSearch {
     // Share of k that goes with r occurrences of it, share(k) - b(count(k) - r, w), at k * Small_Counts + r; NaN
     // until it is asked for. Most cells hold such a small count, so that all rows of a table share a few logarithms:
     // on 2,109 tags without a threshold the scores take a third of the time.
-    std::vector<double> gone;
+    std::unique_ptr<double[]> gone;
     // side_log(w, freq_ - n) at n, for the small rows that are most of a table; NaN until it is asked for.
     std::array<double, 16> side_without;
   };

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <climits>
 #include <cstring>
 #include <span>
@@ -48,13 +49,60 @@ struct line_effect_t {
 // The corpus counts that a line raises, or null.
 using raised_counts_t = std::array<int32_t*, 2>;
 
+// The first bytes of a line, and zeros behind its end: all of a short line, as there is no NUL in it.
+struct line_key_t {
+  static constexpr size_t Size = 16;  // bytes
+
+  uint64_t low, high;
+
+  bool operator==(const line_key_t&) const = default;
+};
+static_assert(line_key_t::Size <= LineReader::Readable_Behind);
+
+// Which bits of a key belong to a line, by its size.
+constexpr auto Key_Masks = [] {
+  std::array<line_key_t, line_key_t::Size + 1> masks;
+  for (size_t size = 0; size < masks.size(); ++size) {
+    std::array<uint8_t, line_key_t::Size> bytes{};
+    std::fill_n(bytes.begin(), size, 0xFF);
+    masks[size] = std::bit_cast<line_key_t>(bytes);
+  }
+  return masks;
+}();
+
+line_key_t key_of(std::string_view line) {
+  line_key_t key;
+  std::memcpy(&key, line.data(), sizeof key);
+  const line_key_t& mask = Key_Masks[std::min(line.size(), line_key_t::Size)];
+  return {key.low & mask.low, key.high & mask.high};
+}
+
+// Of a line that is longer than its key the other pieces of that size are added; the last may overlap the one before it. The
+// two halves of a piece need not wait for each other.
+uint32_t hash_of(std::string_view line, line_key_t key) {
+  const auto mix = [](uint64_t x) { return (x ^ x >> 32) * 0x9E3779B97F4A7C15; };
+  for (size_t place = line_key_t::Size; place < line.size(); place += line_key_t::Size) {
+    line_key_t next;
+    std::memcpy(&next, line.data() + std::min(place, line.size() - sizeof next), sizeof next);
+    key = {mix(key.low) ^ next.low, mix(key.high) ^ next.high};
+  }
+  return static_cast<uint32_t>(mix(mix(key.low) ^ key.high) >> 32);
+}
+
 struct cached_line_t {
-  const char* text;  // the line, without a NUL behind it
-  uint32_t size;     // bytes
+  union {
+    line_key_t key;    // of a short line
+    const char* text;  // of a long line, without a NUL behind it
+  };
+  uint32_t size;  // bytes
   uint32_t hits;
   line_effect_t effect;
 
-  std::string_view view() const { return {text, size}; }
+  bool is_short() const { return size <= line_key_t::Size; }
+  std::string_view view() const { return {is_short() ? reinterpret_cast<const char*>(&key) : text, size}; }
+  bool is(std::string_view line, line_key_t its_key) const {
+    return size == line.size() && (is_short() ? key == its_key : view() == line);
+  }
 };
 
 // The beginning of a line up to its first TAB, and its entry: of nearly all lines the word form.
@@ -133,9 +181,10 @@ class LineResolver {
 // A group of lines on its way through the cache.
 struct line_group_t {
   std::array<std::string_view, Group_Size> lines;
+  std::array<line_key_t, Group_Size> keys;
   std::array<uint32_t, Group_Size> hashes;
   std::array<int, Group_Size> candidates;        // the cached line with that hash, or -1
-  std::array<likely_word_t, Group_Size> likely;  // of the lines that seem to be new
+  std::array<likely_word_t, Group_Size> likely;  // of the lines without one
   size_t size = 0;
 };
 
@@ -149,13 +198,15 @@ class LineCache {
 
   // Asks the memory for all that see will look at, in the order in which one thing leads to the next.
   void prepare(line_group_t& group) const {
-    for (size_t i = 0; i < group.size; ++i) index_.prefetch(group.hashes[i] = hash_bytes(group.lines[i]));
+    for (size_t i = 0; i < group.size; ++i) {
+      group.keys[i] = key_of(group.lines[i]);
+      index_.prefetch(group.hashes[i] = hash_of(group.lines[i], group.keys[i]));
+    }
     std::array<std::string_view, Group_Size> words;
     std::array<size_t, Group_Size> line_of_word;
     size_t count = 0;
     for (size_t i = 0; i < group.size; ++i) {
       const int number = group.candidates[i] = index_.candidate(group.hashes[i]);
-      group.likely[i] = {};
       if (number >= 0) {
         __builtin_prefetch(&lines_[number]);
       } else {
@@ -168,16 +219,17 @@ class LineCache {
     for (size_t i = 0; i < count; ++i) group.likely[line_of_word[i]] = {words[i], entries[i]};
     for (size_t i = 0; i < group.size; ++i) {
       const int number = group.candidates[i];
-      if (number < 0) continue;
-      __builtin_prefetch(lines_[number].text);
-      __builtin_prefetch(lines_[number].text + lines_[number].size);  // often in the next cache line
+      if (number < 0 || group.lines[i].size() <= line_key_t::Size) continue;
+      __builtin_prefetch(lines_[number].view().data());
+      __builtin_prefetch(lines_[number].view().end());  // often in the next cache line
     }
   }
 
   // What line i of a prepared group does; counts it as seen once more. Valid until: the next call.
   const line_effect_t& see(int64_t line_number, const line_group_t& group, size_t i) {
     const int candidate = group.candidates[i];
-    if (candidate < 0 || lines_[candidate].view() != group.lines[i]) return see_other(line_number, group, i);
+    if (candidate < 0 || !lines_[candidate].is(group.lines[i], group.keys[i]))
+      return see_other(line_number, group, i);
     ++lines_[candidate].hits;
     return lines_[candidate].effect;
   }
@@ -195,13 +247,15 @@ class LineCache {
     int number = index_.find(line, group.hashes[i], [this](int k) { return lines_[k].view(); });
     if (number < 0) {
       raised_counts_t counts;
-      const line_effect_t effect = resolver_.resolve_line(line_number, line, group.likely[i], counts);
+      const likely_word_t likely = group.candidates[i] < 0 ? group.likely[i] : likely_word_t();
+      const line_effect_t effect = resolver_.resolve_line(line_number, line, likely, counts);
       if (cached_bytes_ >= max_bytes_) {
         add_hits(effect, counts, 1);
         return uncached_ = effect;
       }
       number = static_cast<int>(lines_.size());
-      lines_.push_back({texts_.add(line), static_cast<uint32_t>(line.size()), 0, effect});
+      lines_.push_back({{group.keys[i]}, static_cast<uint32_t>(line.size()), 0, effect});
+      if (!lines_.back().is_short()) lines_.back().text = texts_.add(line);
       counts_.push_back(counts);
       index_.insert(line, group.hashes[i], number);
       cached_bytes_ += line.size() + sizeof(cached_line_t) + sizeof counts;
@@ -235,12 +289,17 @@ class TokenCounter {
   explicit TokenCounter(const Progress& progress) : progress_(progress) {}
 
   void token() {
-    if (++tokens_ % 1000 == 0) progress_(formatted("\r%ld", tokens_));
+    if (++tokens_ != told_next_) return;
+    told_next_ += Progress_Step;
+    progress_(formatted("\r%ld", tokens_));
   }
 
  private:
+  static constexpr long Progress_Step = 1000;  // tokens
+
   const Progress& progress_;
   long tokens_ = 0;
+  long told_next_ = Progress_Step;
 };
 
 CorpusCounts count_lines(LineReader& reader, const TrainingLexicon& lexicon, int context_size,

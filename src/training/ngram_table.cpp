@@ -57,21 +57,32 @@ context_tag_t context_tag(const Tagset& tagset, std::string_view line, std::stri
 }
 
 NGramCounter::NGramCounter(int context_size, bool keeps_progress, size_t window)
-    : length_(static_cast<size_t>(context_size) + 1), keeps_progress_(keeps_progress), window_size_(window) {}
+    : length_(static_cast<size_t>(context_size) + 1),
+      told_next_(keeps_progress ? Progress_Step : -1),
+      window_(std::min(length_, Longest_Stored) + window) {}
 
 void NGramCounter::tell_progress() {
   count_window();
-  progress_.emplace_back(line_no_, static_cast<long>(is_stored() ? counts_.size() : window_.size()));
+  told_next_ += Progress_Step;
+  progress_.emplace_back(line_no_, static_cast<long>(is_stored() ? counts_.size() : waiting_));
 }
 
-void NGramCounter::fail_at(context_tag_t context, std::string_view line) {
+void NGramCounter::add_other(context_tag_t context, std::string_view line) {
+  if (context.kind == context_tag_t::Empty_Line) return;
   failed_ = true;
   if (context.kind == context_tag_t::Unknown_Tag) failure_ = context_tag_text(line);
 }
 
+void NGramCounter::make_room() {
+  if (is_stored())
+    count_window();
+  else
+    window_.resize(2 * window_.size());
+}
+
 void NGramCounter::count_window() {
-  if (window_.size() < length_ || !is_stored()) return;
-  const size_t ngrams = window_.size() - length_ + 1;
+  if (waiting_ < length_ || !is_stored()) return;
+  const size_t ngrams = waiting_ - length_ + 1;
   for (size_t i = 0; i < ngrams; i += Group_Size) {
     const size_t size = std::min(Group_Size, ngrams - i);
     if (is_packed())
@@ -79,7 +90,8 @@ void NGramCounter::count_window() {
     else
       count_ngrams(window_.data() + i, size);
   }
-  window_.erase(window_.begin(), window_.begin() + static_cast<std::ptrdiff_t>(ngrams));
+  std::copy_n(window_.begin() + static_cast<std::ptrdiff_t>(ngrams), waiting_ - ngrams, window_.begin());
+  waiting_ -= ngrams;
 }
 
 void NGramCounter::count_ngrams(const uint16_t* first, size_t ngrams) {
@@ -143,15 +155,23 @@ size_t NGramCounter::number_of(std::string_view key, uint32_t hash, KeyAt key_at
   return number;
 }
 
-void NGramCounter::unpack() {
-  tags_.reserve(packed_.size() * length_);
-  for (const uint64_t packed : packed_)
-    for (size_t k = 0; k < length_; ++k) tags_.push_back(static_cast<uint16_t>(packed >> Tag_Bits * k));
-  packed_ = {};
+uint16_t NGramCounter::predicted_tag(size_t i) const {
+  const size_t last = length_ - 1;
+  if (is_packed()) return static_cast<uint16_t>(packed_[i] >> Tag_Bits * last);
+  return tags_[(is_stored() ? i * length_ : starts_[i]) + last];
+}
+
+// Of an n-gram that is stored.
+void NGramCounter::copy_tags(size_t i, uint16_t* to) const {
+  if (is_packed())
+    for (size_t k = 0; k < length_; ++k) to[k] = static_cast<uint16_t>(packed_[i] >> Tag_Bits * k);
+  else
+    std::copy_n(&tags_[i * length_], length_, to);
 }
 
 void NGramCounter::count_stretches() {
-  if (window_.size() < length_) {
+  window_.resize(waiting_);
+  if (waiting_ < length_) {
     for (auto& [line, ngrams] : progress_) ngrams = 0;
     return;
   }
@@ -194,20 +214,18 @@ NGramTable::NGramTable(NGramCounter counter, int number_of_tags, const Progress&
     counter.count_stretches();
   counter.report(progress);
   counter.index_ = {};
-  counter.unpack();
   const size_t ngrams = counter.counts_.size();
-  const auto predicted = [&](size_t i) { return counter.tags(i)[length_ - 1]; };
   std::vector<size_t> place(static_cast<size_t>(number_of_tags) + 1, 0);
-  for (size_t i = 0; i < ngrams; ++i) ++place[predicted(i) + 1];
+  for (size_t i = 0; i < ngrams; ++i) ++place[counter.predicted_tag(i) + 1u];
   for (size_t k = 0; k + 1 < place.size(); ++k) place[k + 1] += place[k];
   counts_.resize(ngrams);
   tags_.resize(counter.is_stored() ? ngrams * length_ : 0);
   starts_.resize(counter.starts_.size());
   for (size_t i = 0; i < ngrams; ++i) {
-    const size_t to = place[predicted(i)]++;
+    const size_t to = place[counter.predicted_tag(i)]++;
     counts_[to] = counter.counts_[i];
     if (counter.is_stored())
-      std::copy_n(counter.tags(i), length_, tags_.begin() + static_cast<std::ptrdiff_t>(to * length_));
+      counter.copy_tags(i, &tags_[to * length_]);
     else
       starts_[to] = counter.starts_[i];
   }

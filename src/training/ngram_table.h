@@ -54,11 +54,10 @@ class NGramCounter {
   void add_line(context_tag_t context, std::string_view line) {
     if (failed_) return;
     ++line_no_;
-    if (context.kind == context_tag_t::Empty_Line) return;
-    if (context.kind != context_tag_t::Token) return fail_at(context, line);
-    window_.push_back(static_cast<uint16_t>(context.tag));
-    if (window_.size() >= length_ + window_size_) count_window();
-    if (keeps_progress_ && line_no_ % Progress_Step == 0) tell_progress();
+    if (context.kind != context_tag_t::Token) return add_other(context, line);
+    if (waiting_ == window_.size()) make_room();
+    window_[waiting_++] = static_cast<uint16_t>(context.tag);
+    if (line_no_ == told_next_) tell_progress();
   }
 
  private:
@@ -76,9 +75,11 @@ class NGramCounter {
   std::string_view bytes(const uint16_t* ngram) const {
     return {reinterpret_cast<const char*>(ngram), length_ * sizeof *ngram};
   }
-  const uint16_t* tags(size_t i) const { return tags_.data() + (is_stored() ? i * length_ : starts_[i]); }
+  uint16_t predicted_tag(size_t i) const;
+  void copy_tags(size_t i, uint16_t* to) const;
   void tell_progress();
-  void fail_at(context_tag_t context, std::string_view line);
+  void add_other(context_tag_t context, std::string_view line);
+  void make_room();
   void count_window();
   void count_ngrams(const uint16_t* first, size_t ngrams);
   void count_packed(const uint16_t* first, size_t ngrams);
@@ -86,17 +87,17 @@ class NGramCounter {
   void count_group(std::span<const uint32_t> hashes, Place place, IsAt is_at, NumberOf number_of);
   template <class KeyAt, class Store>
   size_t number_of(std::string_view key, uint32_t hash, KeyAt key_at, Store store);
-  void unpack();
   void count_stretches();
   void report(const Progress& progress) const;
 
   size_t length_;
-  bool keeps_progress_;
-  size_t window_size_;
+  int64_t told_next_;  // a line number; -1 for never
   // The last length_ - 1 tags, and those that wait to be counted; all tags of the corpus for n-grams that are not stored.
   std::vector<uint16_t> window_;
-  std::vector<uint16_t> tags_;    // length_ tags an n-gram that is stored; else those of the corpus
-  std::vector<uint64_t> packed_;  // until all are counted: 16 bits a tag, the oldest in the lowest
+  size_t waiting_ = 0;  // tags in the window; behind them is room
+  std::vector<uint16_t>
+      tags_;  // length_ tags an n-gram that is stored; else those of the corpus; none if packed_
+  std::vector<uint64_t> packed_;  // short n-grams: 16 bits a tag, the oldest in the lowest
   std::vector<uint32_t> starts_;  // of n-grams that are not stored: where they first occur in tags_
   std::vector<uint32_t> counts_;  // parallel to the n-grams
   StringIndex index_;             // from an n-gram, as bytes, to its number
