@@ -32,8 +32,9 @@ constexpr double Any_Tag_Share = 0.01;  // of all tags alike, beside the open-cl
 constexpr int Shape_Bits = RareWords::Shape_Bits;
 constexpr int Kind_Bits = 6;
 constexpr int Key_Bits = 64;
-constexpr int Key_Bytes = Key_Bits / 8;
-constexpr char Boundary = 1;  // stands for what is beyond the word
+constexpr size_t Row_Lengths =
+    (Key_Bits - Shape_Bits) / 8;  // bytes that the keys of a row have in common, behind the shape
+constexpr char Boundary = 1;      // stands for what is beyond the word
 
 // The leaves of the affix trees, where the lexicon has no rare words.
 constexpr double Suffix_Share = 1.0;
@@ -132,11 +133,11 @@ double weight_before(int bits) { return bits <= Shape_Bits ? Shape_Weight : Affi
 }  // namespace
 
 RareWords::table_t::table_t(std::vector<word_t> its_words)
-    : words(sorted_by_key(std::move(its_words))), sums((words.size() / Long_Row + 1) * (Key_Bytes + 1)) {}
+    : words(sorted_by_key(std::move(its_words))), sums((words.size() / Long_Row + 1) * Row_Lengths) {}
 
 size_t RareWords::table_t::slot(const row_t& row) const {
   const auto place = static_cast<size_t>(row.begin - words.data()) / Long_Row;
-  return place * (Key_Bytes + 1) + static_cast<size_t>(row.bits / 8);
+  return place * Row_Lengths + static_cast<size_t>((row.bits - Shape_Bits) / 8 - 1);
 }
 
 RareWords::RareWords(lists_t lists)

@@ -94,7 +94,7 @@ TEST(Counting, CountsTokensReadingsAndNgrams) {
         continue;
       }
       std::string word = words[random() % 15];
-      if (random() % 4 == 0) word += std::to_string(random() % 500);
+      if (random() % 4 == 0) word += std::string(random() % 20, 'x') + std::to_string(random() % 50);
       const std::string tag = std::vector<std::string>{"A", "B", "C", "SENT"}[random() % 4];
       text.append(word).append("\t").append(tag);
       if (random() % 20 == 0) text += " rest\tof the line";
@@ -116,11 +116,29 @@ TEST(Counting, CountsTokensReadingsAndNgrams) {
   }
 }
 
+// So many lines, short ones and long ones with the same beginning, that some have the same hash.
+TEST(Counting, TellsLinesApart) {
+  const std::string tags[] = {"A", "B", "C", "SENT"};
+  for (const std::string beginning : {"", "a common beginning"}) {
+    std::mt19937 random(3);
+    std::string text;
+    std::map<std::string, int> expected;
+    for (int i = 0; i < 300000; ++i) {
+      const std::string& tag = tags[random() % 4];
+      ++expected[tag];
+      text.append(beginning).append(std::to_string(random())).append("\t").append(tag).append("\n");
+    }
+    EXPECT_EQ(fast_counts({nullptr, text}, Max_Cached_Bytes).tags, expected) << beginning;
+  }
+}
+
 // So many n-grams that the table grows often and that some have the same hash; so long ones that they are not stored;
 // whatever number of tags waits.
 TEST(NGramTable, TellsNgramsApart) {
   for (const auto& [context_size, tags, length, window, rare] : {std::tuple{1, 20000, 200000, 4096, 1},
                                                                  {3, 5, 5000, 1, 1},
+                                                                 {3, 30000, 20000, 64, 1},
+                                                                 {4, 6, 5000, 3, 1},
                                                                  {2, 12, 5000, 7, 1},
                                                                  {9, 2, 3000, 4, 1},
                                                                  {15, 2, 3000, 20, 9},
