@@ -62,6 +62,7 @@ SecondLookView::SecondLookView(const Tables& tables, bool splits_tags) {
     const std::string_view name = tables.tag_name(tag);
     std::vector<uint32_t> hashes(1, mixed(view_hash(name)));
     if (splits_tags) std::ranges::copy(parts_of(name), std::back_inserter(hashes));
+    tag_hashes_.push_back(hashes[0]);
     std::vector<uint32_t>& its_parts = tag_parts_.emplace_back();
     for (const uint32_t hash : hashes) {
       const auto [place, is_new] = numbers.try_emplace(hash, static_cast<uint32_t>(parts_.size()));

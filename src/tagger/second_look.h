@@ -77,16 +77,16 @@ class SecondLookView {
   };
   static constexpr uint32_t No_Place = UINT32_MAX;
 
-  uint32_t tag_hash(int32_t tag) const { return parts_[tag_parts_[static_cast<size_t>(tag)][0]].hash; }
+  uint32_t tag_hash(int32_t tag) const { return tag_hashes_[static_cast<size_t>(tag)]; }
   void add_part(part_t& part);
   void view_open_tags(candidates_t candidates, const double* posteriors, word_view_t& view);
 
-  std::vector<part_t> parts_;  // of all tags
-  std::vector<std::vector<uint32_t>>
-      tag_parts_;                            // by tag its parts, each once; the tag itself first, by its name
-  std::array<word_view_t, Reach> before_{};  // what was settled, the nearest last
-  bool is_start_ = true;                     // nothing of the sentence was settled
-  std::vector<word_view_t> views_;           // before_, the words, and as many that are not there
+  std::vector<part_t> parts_;                     // of all tags
+  std::vector<uint32_t> tag_hashes_;              // by tag, of its name
+  std::vector<std::vector<uint32_t>> tag_parts_;  // by tag its parts, each once; the tag itself first
+  std::array<word_view_t, Reach> before_{};       // what was settled, the nearest last
+  bool is_start_ = true;                          // nothing of the sentence was settled
+  std::vector<word_view_t> views_;                // before_, the words, and as many that are not there
   std::vector<uint16_t> open_;
   std::vector<size_t> open_starts_;
   std::vector<uint32_t> features_;
