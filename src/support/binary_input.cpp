@@ -35,9 +35,13 @@ int BinaryInput::count(int largest, const char* what) {
   return number;
 }
 
-size_t BinaryInput::reservable(int count, size_t least_size) const {
+size_t BinaryInput::known_rest() const {
   const size_t handed_out = read_from_file_ - static_cast<size_t>(end_ - next_);
-  return handed_out < size_ ? std::min<size_t>(count, (size_ - handed_out) / least_size) : 0;
+  return handed_out < size_ ? size_ - handed_out : 0;
+}
+
+size_t BinaryInput::reservable(int count, size_t least_size) const {
+  return std::min<size_t>(count, known_rest() / least_size);
 }
 
 // More bytes than the buffer holds: those that it has, the rest from the file.
@@ -75,6 +79,7 @@ std::string_view BinaryInput::peek(size_t count) {
 std::string BinaryInput::text(uint64_t size) {
   constexpr uint64_t Step = 1 << 20;  // bytes
   std::string result;
+  result.reserve(static_cast<size_t>(std::min<uint64_t>(size, known_rest())));
   while (result.size() < size) {
     const size_t had = result.size();
     result.resize(had + static_cast<size_t>(std::min(Step, size - had)));

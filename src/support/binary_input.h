@@ -85,6 +85,7 @@ class BinaryInput {
  private:
   static constexpr size_t Buffer_Size = 1 << 16;  // bytes; more than the longest string
 
+  size_t known_rest() const;  // bytes; 0 if it is not known
   void long_bytes(void* place, size_t size);
   void fill();
   size_t read(char* place, size_t size);

@@ -110,10 +110,14 @@ int rare_frequency(const Lexicon& lexicon) {
   return static_cast<int>(std::clamp<int64_t>(tokens / Tokens_for_Rare, 1, Most_Rare_Frequency));
 }
 
-// Byte by byte from the last on, so that a large lexicon is sorted as fast as it is read. Words of one key stay in order.
+// A few bits at a time from the last on, so that a large lexicon is sorted as fast as it is read. Words of one key stay in
+// order.
 std::vector<RareWords::word_t> sorted_by_key(std::vector<RareWords::word_t> words) {
-  for (int bits = 0; bits < Key_Bits; bits += 8)
-    counting_sort(words, 256, [bits](const RareWords::word_t& word) { return word.key >> bits & 0xFF; });
+  constexpr int Digit_Bits = 11;
+  constexpr size_t Digits = size_t{1} << Digit_Bits;
+  for (int bits = 0; bits < Key_Bits; bits += Digit_Bits)
+    counting_sort(words, Digits,
+                  [bits](const RareWords::word_t& word) { return word.key >> bits & (Digits - 1); });
   return words;
 }
 
