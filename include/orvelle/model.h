@@ -155,8 +155,9 @@ ORVELLE_API Model read_parameter_file(std::span<const std::byte> content);
 ORVELLE_API Model read_model_file(const char* name);
 ORVELLE_API Model read_model_file(std::span<const std::byte> content);
 
-// Writes a model's parameter file: the bytes that were read, without word classes and all that only a model file has. A file of that name is emptied first; a write
-// that fails, closing included, is the Error "Can't write to output file".
+// Writes a model's parameter file: the bytes that were read, without word classes and all that only a model file has.
+// A file of that name is emptied first; a write that fails, closing included, is the Error "Can't write to output
+// file".
 ORVELLE_API void write_parameter_file(const char* name, const Model& model);
 
 }  // namespace orvelle

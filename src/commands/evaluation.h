@@ -86,7 +86,8 @@ class Evaluator {
     columns_.set_column(column);
   }
 
-  // A word with its gold tag (the treebank's; where a sentence ends the model's own will do), "" if nobody knows it, and its gold lemma if it has one.
+  // A word with its gold tag (the treebank's; where a sentence ends the model's own will do), "" if nobody knows it,
+  // and its gold lemma if it has one.
   void add(std::string_view form, std::string_view tag, std::string_view lemma = {});
   void end_sentence();
 

@@ -51,8 +51,8 @@ class ProgressLine {
   ProgressLine(const ProgressLine&) = delete;
   ProgressLine& operator=(const ProgressLine&) = delete;
 
-  // Shows done/total as a percentage, with the time to go, at most some times a second; `total` 0 shows the bare count. Cheap enough for
-  // every thousandth line.
+  // Shows done/total as a percentage, with the time to go, at most some times a second; `total` 0 shows the bare
+  // count. Cheap enough for every thousandth line.
   void update(int64_t done, int64_t total);
 
   // Takes the line away until the next update, so that something else can be written.

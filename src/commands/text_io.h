@@ -21,8 +21,9 @@ const char* shown_name(const char* name, const char* standard_stream);
 // Bytes of an open file; 0 if it is no regular file.
 int64_t regular_size(int descriptor);
 
-// The lines of a file of any length, NULs and all; of a compressed file (unpack.h) those that are in it. A line is there as soon as its end has arrived, so a pipe
-// can be answered line by line. A file that cannot be opened or read is a Failure.
+// The lines of a file of any length, NULs and all; of a compressed file (unpack.h) those that are in it. A line is
+// there as soon as its end has arrived, so a pipe can be answered line by line. A file that cannot be opened or read
+// is a Failure.
 class TextInput {
  public:
   explicit TextInput(const char* name);  // "-" for standard input; the name stays the caller's

@@ -77,8 +77,8 @@ line_key_t key_of(std::string_view line) {
   return {key.low & mask.low, key.high & mask.high};
 }
 
-// Of a line that is longer than its key the other pieces of that size are added; the last may overlap the one before it. The
-// two halves of a piece need not wait for each other.
+// Of a line that is longer than its key the other pieces of that size are added; the last may overlap the one before
+// it. The two halves of a piece need not wait for each other.
 uint32_t hash_of(std::string_view line, line_key_t key) {
   const auto mix = [](uint64_t x) { return (x ^ x >> 32) * 0x9E3779B97F4A7C15; };
   for (size_t place = line_key_t::Size; place < line.size(); place += line_key_t::Size) {

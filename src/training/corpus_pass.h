@@ -60,7 +60,8 @@ struct CorpusCounts {
 // Distinct lines that are kept beside what they do; the lines of a million words of English have 2 MB.
 inline constexpr size_t Max_Cached_Bytes = 32 << 20;
 
-// Counts every token for its tag, for the readings of the entries that its word form stands for and for the n-grams. An `input` without name and text is standard input. More tokens than an int can count are an Error.
+// Counts every token for its tag, for the readings of the entries that its word form stands for and for the n-grams.
+// An `input` without name and text is standard input. More tokens than an int can count are an Error.
 CorpusCounts count_corpus(const Input& input, const TrainingLexicon& lexicon, int context_size,
                           const Progress& progress, CorpusSink& sink,
                           size_t max_cached_bytes = Max_Cached_Bytes);
