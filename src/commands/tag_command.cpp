@@ -250,11 +250,15 @@ class TextTagger {
     out_.pop_back();
   }
 
-  // The column MISC with "Tags=NN:0.9312;JJ:0.0600" behind what it has; a | of a tag is \p there.
+  // The column MISC with "Tags=NN:0.9312;JJ:0.0600" behind what it has, but for those of an earlier run; a | of a tag is
+  // \p there.
   std::string with_probabilities(std::string_view misc, size_t word) {
-    misc =
-        misc.substr(0, misc.starts_with(Probabilities_Key) ? 0 : misc.find("|Tags="));  // of an earlier run
-    std::string text = misc == "_" || misc.empty() ? "" : std::string(misc) + '|';
+    std::string text;
+    while (!misc.empty() && misc != "_") {
+      const std::string_view attribute = misc.substr(0, misc.find('|'));
+      if (!attribute.starts_with(Probabilities_Key)) (text += attribute) += '|';
+      misc.remove_prefix(std::min(attribute.size() + 1, misc.size()));
+    }
     const char* separator = Probabilities_Key;
     for_each_probable(word, [&](const candidate_t& candidate, const char* probability) {
       text += std::exchange(separator, ";");

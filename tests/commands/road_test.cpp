@@ -105,6 +105,26 @@ TEST_F(RoadTest, TheColumnsAreAsRightAsEvaluateSays) {
   }
 }
 
+// Of MISC only the attribute Tags is written anew, wherever another program put it.
+TEST_F(RoadTest, MiscKeepsItsOtherAttributes) {
+  ASSERT_EQ(train_model().status, 0);
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {"_", ""},
+      {"Tags=x:1", ""},
+      {"Tags=x:1|SpaceAfter=No", "SpaceAfter=No|"},
+      {"A=1|Tags=x:1|B=2", "A=1|B=2|"},
+      {"A=Tags=1|MyTags=2", "A=Tags=1|MyTags=2|"},
+  };
+  std::string text;
+  for (const auto& [misc, kept] : cases) text += conllu_row("1", "the", "the", "DET", "DT", "_", misc) + "\n";
+  dir_.write("misc.conllu", text);
+  const std::string tagged = orvelle("tag --probabilities 0.5 m misc.conllu").out;
+  const std::vector<std::string> lines = split_at(tagged, '\n');
+  ASSERT_EQ(lines.size(), 2 * cases.size());
+  for (size_t i = 0; i < cases.size(); ++i)
+    EXPECT_NE(lines[2 * i].find("\t" + cases[i].second + "Tags=DT:"), std::string::npos) << lines[2 * i];
+}
+
 // The parameter file inside is the trainer's, the card tells what it was made of; the same input gives the same bytes.
 TEST_F(RoadTest, OneFileHoldsAll) {
   ASSERT_EQ(train_model("--settings '-cl 1 -dtg 0.1'").status, 0);
